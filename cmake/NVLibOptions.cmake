@@ -1,0 +1,29 @@
+# Warning and sanitiser options of everything that is built here, as one interface target.
+add_library(NVLibOptions INTERFACE)
+if(MSVC)
+  target_compile_options(NVLibOptions INTERFACE /W4 /WX /permissive- /Zc:__cplusplus)
+else()
+  target_compile_options(NVLibOptions INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Werror)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # GCC 12 sees overlapping copies inside std::string's own operator+ (its bug 105329).
+  target_compile_options(NVLibOptions INTERFACE -Wno-restrict)
+endif()
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  target_compile_options(NVLibOptions INTERFACE -Wthread-safety)
+endif()
+if(NVLIB_SANITIZE)
+  target_compile_options(NVLibOptions INTERFACE
+    -fsanitize=${NVLIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  target_link_options(NVLibOptions INTERFACE -fsanitize=${NVLIB_SANITIZE})
+endif()
+
+# nvlib_compile_for_avx2(SOURCE...): files that hold nothing but the AVX2 body of a kernel.
+function(nvlib_compile_for_avx2)
+  if(MSVC)
+    set_source_files_properties(${ARGN} TARGET_DIRECTORY NVLibObjects PROPERTIES COMPILE_OPTIONS "/arch:AVX2")
+  else()
+    set_source_files_properties(${ARGN} TARGET_DIRECTORY NVLibObjects PROPERTIES COMPILE_OPTIONS "-mavx2")
+  endif()
+endfunction()
