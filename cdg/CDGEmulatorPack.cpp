@@ -1,0 +1,56 @@
+// CD+G packs in memory: see CDGEmulatorPack.h.
+#include "CDGEmulatorPack.h"
+
+#include <algorithm>
+
+const char* CDGInstructionName(int instruction)
+{
+    switch (instruction) {
+    case kMemoryPreset:
+        return "Memory Preset";
+    case kBorderPreset:
+        return "Border Preset";
+    case kTileBlock:
+        return "Tile Block";
+    case kScrollPreset:
+        return "Scroll Preset";
+    case kScrollCopy:
+        return "Scroll Copy";
+    case kDefineTransparent:
+        return "Define Transparent Colour";
+    case kLoadColours07:
+        return "Load Colour Table 0-7";
+    case kLoadColours8F:
+        return "Load Colour Table 8-15";
+    case kTileBlockXor:
+        return "Tile Block XOR";
+    default:
+        return nullptr;
+    }
+}
+
+void CCDGEmulatorPack::GetFromMem(const u8* raw)
+{
+    if (!raw)
+        return;
+    const auto masked = [&raw](u8& field) { field = *raw++ & kPackBits; };
+    masked(command);
+    masked(instruction);
+    std::for_each(parityQ, parityQ + 2, masked);
+    std::for_each(data, data + 16, masked);
+    std::for_each(parityP, parityP + 4, masked);
+}
+
+void CCDGEmulatorPack::GetMem(u8* raw) const
+{
+    *raw++ = command;
+    *raw++ = instruction;
+    raw = std::copy(parityQ, parityQ + 2, raw);
+    raw = std::copy(data, data + 16, raw);
+    std::copy(parityP, parityP + 4, raw);
+}
+
+void CCDGEmulatorPack::Clear()
+{
+    *this = CCDGEmulatorPack();
+}

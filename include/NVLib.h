@@ -1,0 +1,14 @@
+// Every class that the library hands out.
+#pragma once
+
+#include "BinFile.h"
+#include "CDGEmulator.h"
+#include "CDGEmulatorPack.h"
+#include "CDGInputFile.h"
+#include "CDGRenderer.h"
+#include "Dib.h"
+#include "NVExport.h"
+#include "NVTypes.h"
+#include "SoundFile.h"
+#include "StreamInfo.h"
+#include "WaveFile.h"
