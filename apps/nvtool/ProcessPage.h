@@ -1,0 +1,32 @@
+// The page that 'nvtool process' leaves for a person: one HTML file that refers to nothing but the files beside it.
+#pragma once
+
+#include "Pages.h"
+#include "Sound.h"
+#include "StreamInfo.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace nvtool {
+
+// Everything that a run found; names are those of the files beside the page, empty where there is none.
+struct TrackResults {
+    std::string title; // the track's file name
+    StreamIdentity identity;
+    std::optional<SoundReport> sound;
+    std::optional<CDGStreamInfo> graphics;
+    PageList pages;
+    std::vector<std::string> pictures; // one a page
+    std::string wav, cdg, sheet;
+    std::vector<std::string> remarks;
+
+    // The longer one of sound and graphics.
+    double Seconds() const;
+};
+
+// The whole HTML text, UTF-8. Each section is a function of its own and gives nothing when it has nothing to show.
+std::string BuildProcessPage(const TrackResults& results);
+
+} // namespace nvtool
