@@ -38,7 +38,14 @@ public:
 class CRect : public tagRECT {
 public:
     CRect() : tagRECT{0, 0, 0, 0} {}
-    CRect(int l, int t, int r, int b) : tagRECT{l, t, r, b} {}
+    CRect(int l, int t, int r, int b)
+    {
+        // One by one: the static analyser does not follow values into a base's braces.
+        left = l;
+        top = t;
+        right = r;
+        bottom = b;
+    }
     CRect(const RECT& other) : tagRECT(other) {}
     CRect(LPCRECT other) : tagRECT(*other) {}
     CRect(POINT topLeft, SIZE size) : tagRECT{topLeft.x, topLeft.y, topLeft.x + size.cx, topLeft.y + size.cy} {}

@@ -14,8 +14,8 @@ struct FileRoom {
     u32 count = 0;
 };
 
-/// Fills the rooms one after the other from the file's position on, in few system calls and without a buffer in
-/// between. `done` is the bytes read, below what the rooms hold at the end of the file only.
+/// Fills the rooms one after the other from the file's position on, in few system calls and, where the system has such
+/// an operation, without a buffer in between. `done` is the bytes read, below what the rooms hold at the end of the file only.
 FileError ReadScattered(HANDLE file, const FileRoom* rooms, std::size_t count, u64& done);
 
 } // namespace NV

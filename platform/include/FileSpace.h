@@ -20,8 +20,9 @@ struct FilePiece {
 /// needed. Best effort: where the system cannot, nothing happens, and a full disk shows when the bytes are written.
 void ReserveFileSpace(HANDLE file, u64 length);
 
-/// Writes the pieces one behind the other at the file's position, in few system calls and without gathering them in a
-/// buffer first. False when not everything could be written; a part may have been.
+/// Writes the pieces one behind the other at the file's position, in few system calls and, where the system has such an
+/// operation, without gathering them in a buffer first. False when not everything could be written; a part may have
+/// been.
 bool WriteGathered(HANDLE file, const FilePiece* pieces, std::size_t count);
 
 } // namespace NV

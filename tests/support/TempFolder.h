@@ -10,11 +10,12 @@
 
 class TempFolder {
 public:
-    TempFolder()
+    TempFolder() : TempFolder(std::filesystem::temp_directory_path()) {}
+    explicit TempFolder(const std::filesystem::path& in)
     {
         std::random_device random;
         for (int attempt = 0; attempt < 100; ++attempt) {
-            folder = std::filesystem::temp_directory_path() / ("nvlib-" + std::to_string(random()));
+            folder = in / ("nvlib-" + std::to_string(random()));
             if (std::filesystem::create_directory(folder))
                 return;
         }

@@ -250,9 +250,9 @@ void StageWords(PackQueue& queue, const Song& song, const Scene& scene)
 // Heights that close without a seam over the width of the screen: seeded posts, joined by smooth curves.
 std::array<int, kScreenWidth> Hills(Random& random, int posts, int lowest, int highest)
 {
-    std::vector<int> height;
-    for (int i = 0; i < posts; ++i)
-        height.push_back(lowest + random.Below(highest - lowest));
+    std::vector<int> height(static_cast<size_t>(posts));
+    for (int& post : height)
+        post = lowest + random.Below(highest - lowest);
     std::array<int, kScreenWidth> hills{};
     const int apart = kScreenWidth / posts;
     for (int x = 0; x < kScreenWidth; ++x) {

@@ -1,0 +1,146 @@
+#!/usr/bin/env python3
+"""Runs the benchmarks and their peers in turn and prints a Markdown table of ratios.
+
+usage: bench.py BENCHMARKS WORK [JOB...]      (called by bench.sh, which builds the programs and puts inputs into WORK)
+"""
+
+import json
+import os
+import platform
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+programs, work = (os.path.abspath(path) for path in sys.argv[1:3])
+rows = []
+
+
+def path(name):
+    return os.path.join(work, name)
+
+
+def have(name):
+    return os.path.exists(path(name))
+
+
+def run_benchmark(name, pattern, **inputs):
+    """The best pass of each benchmark whose name matches, by name."""
+    result = path(f"{name}.json")
+    environment = dict(os.environ, TMPDIR=path("out"), **{key: path(file) for key, file in inputs.items() if have(file)})
+    subprocess.run([os.path.join(programs, name), f"--benchmark_filter={pattern}", "--benchmark_repetitions=5",
+                    f"--benchmark_out={result}", "--benchmark_out_format=json"],
+                   check=True, env=environment, stdout=subprocess.DEVNULL)
+    with open(result, encoding="utf-8") as file:
+        report = json.load(file)
+    if report["context"]["library_build_type"] == "debug":
+        print("note: the benchmark library itself is a debug build", file=sys.stderr)
+    best = {}
+    for pass_ in report["benchmarks"]:
+        if pass_.get("run_type") != "iteration":
+            continue
+        if pass_.get("error_occurred"):
+            sys.exit(f"{name}: {pass_['name']}: {pass_.get('error_message')}")
+        key = pass_["run_name"].removesuffix("/manual_time")
+        key = re.sub(r"/iterations:\d+", "", key)
+        if key not in best or pass_["real_time"] < best[key]["real_time"]:
+            best[key] = pass_
+    return best
+
+
+def limits(*arguments):
+    """What the machine allows: name of the loop -> figure. Empty where the programs are not there."""
+    if not have("limits"):
+        return {}
+    best = {}
+    for _ in range(3):
+        for line in subprocess.run([path("limits"), *arguments], check=True, capture_output=True, text=True).stdout.splitlines():
+            name, value = line.split("\t")
+            number, unit = float(value.split()[0]), value.split()[1]
+            keep = min if unit in ("us", "ms") else max
+            best[name] = keep(best.get(name, number), number)
+    return best
+
+
+def seconds_of(argv, rounds=5):
+    best = None
+    for _ in range(rounds):
+        start = time.perf_counter()
+        subprocess.run(argv, check=True, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        spent = time.perf_counter() - start
+        best = spent if best is None else min(best, spent)
+    return best
+
+
+def add(what, ours, unit, peer, theirs, wanted="", less_is_better=False):
+    if ours is None or theirs is None:
+        return
+    rows.append((what, f"{ours:,.4g} {unit}", peer, f"{theirs:,.4g}", f"{ours / theirs:.2f}",
+                 f"{'at most' if less_is_better else 'at least'} {wanted}" if wanted else ""))
+
+
+def cdg():
+    song, ten = "song.cdg", "song10.cdg"
+    packs = run_benchmark("CdgBench", "Packs", NVLIB_BENCH_CDG=ten)
+    limit = limits("cdg", path(ten)) if have(ten) else {}
+    frames = run_benchmark("CdgBench", "Frame", NVLIB_BENCH_CDG=song)
+    rate = {name: figures["items_per_second"] for name, figures in (packs | frames).items() if "items_per_second" in figures}
+
+    one = rate["PacksOneByOne"] / 1e6
+    if have("peer_libav_cdg"):
+        said = [subprocess.run([path("peer_libav_cdg"), path(ten)], check=True, capture_output=True, text=True).stdout for _ in range(3)]
+        add("packs, one call each", one, "million/s", "libavcodec in process", max(float(text.split()[0]) for text in said) / 1e6, "12")
+    index = limit.get("packs applied to an index screen")
+    add("packs, one call each", one, "million/s", "limit: index screen only", index)
+    for masking, name, wanted in ((0, "off", "0.5"), (1, "separate", "0.1"), (2, "in alpha", "0.1")):
+        add(f"packs in bulk, masking {name}", rate[f"PacksInBulk/masking:{masking}"] / 1e6, "million/s",
+            "limit: index screen only", index, wanted)
+
+    shown = rate["SongAt30FramesASecond"]
+    if have(song) and shutil.which("ffmpeg"):
+        spent = seconds_of(["ffmpeg", "-v", "quiet", "-i", path(song), "-vf", "fps=30,format=bgra", "-f", "null", "-"])
+        add("a song's frames, 30 a second", shown, "frames/s", "ffmpeg to 32 bits", os.path.getsize(path(song)) / 240 / spent, "10")
+    add("a song's frames, 30 a second", shown, "frames/s", "limit: all expanded", limit.get("30 frames a second, all expanded to 32 bits"), "0.5 (aim)")
+    add("a frame at a random time", frames["RandomFramesWarm"]["real_time"], "us", "limit: replay and expand",
+        limit.get("random seek from a keyframe every 1500 packs"), "2.5", less_is_better=True)
+    add("the middle of a fresh file", frames["FirstFrameOfFreshFile/percent:50"]["real_time"], "us", "a millisecond", 1000.0, "1", less_is_better=True)
+
+
+def split():
+    best = run_benchmark("SplitBench", ".", NVLIB_BENCH_IMAGE="song.bin")
+    speed = {name: figures["best MB/s"] for name, figures in best.items()}
+    add("an image split", speed["split_into_new_files"], "MB/s", "cp of it", speed["copy_by_cp"], "1")
+    if have("song.bin"):
+        limit = limits("split", path("song.bin"), path("out"))
+        add("an image split", speed["split_into_new_files"], "MB/s", "limit: map, gather, write", limit.get("map, gather and write, 1 thread"))
+
+
+def silence():
+    best = run_benchmark("SilenceBench", "scan_file|limit", NVLIB_BENCH_WAV="long.wav")
+    speed = {name: figures["bytes_per_second"] / 1e6 for name, figures in best.items()}
+    add("silences of a recording", speed["scan_file"], "MB/s", "read and counted, same program", speed["limit_read_and_count"])
+    if have("long.wav"):
+        limit = limits("silence", path("long.wav"))
+        add("silences of a recording", speed["scan_file"], "MB/s", "limit: masks from the file", limit.get("loud-sample masks, AVX2, from the file"), "0.5")
+        if shutil.which("ffmpeg"):
+            spent = seconds_of(["ffmpeg", "-v", "quiet", "-i", path("long.wav"), "-af", "silencedetect=noise=0.01:d=1", "-f", "null", "-"], 3)
+            add("silences of a recording", speed["scan_file"], "MB/s", "ffmpeg silencedetect", os.path.getsize(path("long.wav")) / 1e6 / spent)
+
+
+jobs = {"cdg": cdg, "split": split, "silence": silence}
+for job in sys.argv[3:] or jobs:
+    if job not in jobs:
+        sys.exit(f"bench.py: no job '{job}' ({' '.join(jobs)})")
+    print(f"{job} ...", file=sys.stderr)
+    jobs[job]()
+
+processor = platform.processor() or platform.machine()
+if os.path.exists("/proc/cpuinfo"):
+    with open("/proc/cpuinfo", encoding="utf-8") as cpuinfo:
+        processor = next((line.split(":")[1].strip() for line in cpuinfo if line.startswith("model name")), processor)
+print(f"Machine: {processor}, {os.cpu_count()} cores; release build; "
+      f"inputs: {'the common ones' if have('song.cdg') else 'made by the benchmarks'}\n")
+print("| what | ours | beside | its figure | ours / its | wanted |\n|---|---|---|---|---|---|")
+for row in rows:
+    print("| " + " | ".join(row) + " |")

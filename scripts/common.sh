@@ -1,0 +1,57 @@
+# shellcheck shell=bash
+# What the scripts share: where the tree is, how they speak, how they build. Sourced by them, not run.
+set -euo pipefail
+
+# shellcheck disable=SC2034 # read by the scripts that source this
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cores=$(nproc 2>/dev/null || echo 2)
+
+# Unchanged sources are not compiled twice where ccache is installed; it keeps its files outside the tree.
+if [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]] && command -v ccache >/dev/null; then
+  export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+fi
+
+say() { printf '%s\n' "$*"; }
+step() { printf '\n== %s\n' "$*"; }
+die() {
+  printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+  exit 1
+}
+
+# usage_if_asked ARG...: prints the comment at the head of the calling script for --help.
+usage_if_asked() {
+  if [[ ${1:-} == -h || ${1:-} == --help ]]; then
+    sed -n '2,/^[^#]/{s/^# \{0,1\}//p}' "$0"
+    exit 0
+  fi
+}
+
+# build PRESET [TARGET...]: configures and builds; the configuration's chatter is shown only when it fails.
+build() {
+  local preset=$1 log
+  shift
+  mkdir -p "$root/build"
+  log=$root/build/$preset-configure.log
+  say "Configuring build/$preset"
+  (cd "$root" && cmake --preset "$preset" >"$log" 2>&1) || {
+    cat "$log" >&2
+    die "configuring $preset failed"
+  }
+  say "Building build/$preset${*:+ ($*)}"
+  local speak=(--quiet)
+  [[ ! -t 1 ]] || speak=()
+  ninja -C "$root/build/$preset" "${speak[@]}" "$@"
+}
+
+# run_tests PRESET [CTEST OPTION...]: the closing line is CTest's.
+run_tests() {
+  local preset=$1
+  shift
+  local speak=(--quiet --output-log "$root/build/$preset-tests.log")
+  [[ ! -t 1 ]] || speak=(--progress)
+  if ! (cd "$root" && ctest --preset "$preset" --parallel "$cores" "${speak[@]}" "$@"); then
+    [[ -t 1 ]] || grep -vE '^ *[0-9]+/[0-9]+ Test .* Passed|^ *Start |^\[[A-Z_]+\] *$' "$root/build/$preset-tests.log" >&2 || true
+    return 1
+  fi
+  [[ -t 1 ]] || grep -E 'tests passed' "$root/build/$preset-tests.log"
+}

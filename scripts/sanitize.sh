@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Runs the tests under the sanitisers: all of them with addresses and undefined behaviour checked, then again with
+# the thread sanitiser.
+#
+#   scripts/sanitize.sh [asan|tsan]      one of the two alone
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+usage_if_asked "$@"
+for preset in "$@"; do
+  [[ $preset == asan || $preset == tsan ]] || die "no sanitiser preset '$preset' (asan tsan)"
+done
+(($#)) || set -- asan tsan
+"$root/scripts/setup.sh"
+
+export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
+export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+
+for preset in "$@"; do
+  if [[ $preset == tsan ]] && setarch "$(uname -m)" -R true 2>/dev/null && [[ -z ${NVLIB_FIXED_LAYOUT:-} ]]; then
+    # This sanitiser does not start where the kernel scatters the address space more widely than it expects.
+    NVLIB_FIXED_LAYOUT=1 setarch "$(uname -m)" -R "$0" tsan
+    continue
+  fi
+  step "Sanitisers: $preset"
+  build "$preset"
+  run_tests "$preset" || die "tests failed under $preset; see build/$preset/Testing/Temporary/LastTest.log"
+done
