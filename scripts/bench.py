@@ -31,11 +31,9 @@ def run_benchmark(name, pattern, **inputs):
     environment = dict(os.environ, TMPDIR=path("out"), **{key: path(file) for key, file in inputs.items() if have(file)})
     subprocess.run([os.path.join(programs, name), f"--benchmark_filter={pattern}", "--benchmark_repetitions=5",
                     f"--benchmark_out={result}", "--benchmark_out_format=json"],
-                   check=True, env=environment, stdout=subprocess.DEVNULL)
+                   check=True, env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     with open(result, encoding="utf-8") as file:
         report = json.load(file)
-    if report["context"]["library_build_type"] == "debug":
-        print("note: the benchmark library itself is a debug build", file=sys.stderr)
     best = {}
     for pass_ in report["benchmarks"]:
         if pass_.get("run_type") != "iteration":
@@ -73,10 +71,14 @@ def seconds_of(argv, rounds=5):
     return best
 
 
+def show(figure):
+    return f"{figure:,.0f}" if figure >= 1000 else f"{figure:.3g}"
+
+
 def add(what, ours, unit, peer, theirs, wanted="", less_is_better=False):
     if ours is None or theirs is None:
         return
-    rows.append((what, f"{ours:,.4g} {unit}", peer, f"{theirs:,.4g}", f"{ours / theirs:.2f}",
+    rows.append((what, f"{show(ours)} {unit}", peer, show(theirs), f"{ours / theirs:.2f}",
                  f"{'at most' if less_is_better else 'at least'} {wanted}" if wanted else ""))
 
 

@@ -29,6 +29,4 @@ fi
 step "The whole job: $(basename "$track") into out/demo"
 "$nvtool" process "$track" -o "$out/demo"
 
-step "Done"
-say "Open $out/demo/index.html in a browser."
-say "The program is $nvtool; 'nvtool --help' tells the rest."
+say "The program that did this is $nvtool; with --help it tells what else it can do."

@@ -15,7 +15,8 @@ struct FileRoom {
 };
 
 /// Fills the rooms one after the other from the file's position on, in few system calls and, where the system has such
-/// an operation, without a buffer in between. `done` is the bytes read, below what the rooms hold at the end of the file only.
+/// an operation, without a buffer in between. `done` is the bytes read, below what the rooms hold at the end of the
+/// file only.
 FileError ReadScattered(HANDLE file, const FileRoom* rooms, std::size_t count, u64& done);
 
 } // namespace NV

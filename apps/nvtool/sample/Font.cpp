@@ -1,3 +1,4 @@
+// The glyphs, and how they become text: see Font.h.
 #include "Font.h"
 
 namespace nvtool::sample {

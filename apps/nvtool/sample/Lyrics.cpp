@@ -1,3 +1,4 @@
+// The words themselves: see Lyrics.h.
 #include "Lyrics.h"
 
 namespace nvtool::sample {

@@ -1,3 +1,4 @@
+// The instruments and what they play: see Music.h.
 #include "Music.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// How each scene is drawn and timed: see Scenes.h.
 #include "Scenes.h"
 
 #include "Font.h"

@@ -1,3 +1,4 @@
+// Chords, tunes and the order of sections: see Song.h.
 #include "Song.h"
 
 #include "Lyrics.h"
