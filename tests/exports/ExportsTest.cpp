@@ -1,0 +1,184 @@
+// The library as an application meets it: through what it exports, across the border of the shared library. Objects are
+// made on one side and destroyed on the other, classes are derived here and called from there, and exceptions go both
+// ways.
+#include "BinFile.h"
+#include "CDGRenderer.h"
+#include "StreamInfo.h"
+#include "WaveFile.h"
+#include "support/PackStream.h"
+#include "support/TempFolder.h"
+
+#include <afx.h>
+#include <exception>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+/// An application's own file: reads up to `failAt` bytes, then throws like a broken disk.
+class BrokenFile : public CMemFile {
+public:
+    explicit BrokenFile(ULONGLONG failingFrom) : failAt(failingFrom) {}
+    UINT Read(void* buffer, UINT count) override
+    {
+        if (GetPosition() + count > failAt)
+            throw new CFileException(CFileException::hardIO, 23, "broken");
+        return CMemFile::Read(buffer, count);
+    }
+
+private:
+    ULONGLONG failAt;
+};
+
+/// Notices that it is destroyed on the way of an exception.
+struct Witness {
+    bool& passed;
+    ~Witness() { passed = std::uncaught_exceptions() == 1; }
+};
+
+/// An application's own sink of sound.
+class Sink : public CSoundFile {
+public:
+    std::vector<i16> samples;
+    int Write(void* buffer, int frames) override
+    {
+        const i16* const from = static_cast<const i16*>(buffer);
+        samples.insert(samples.end(), from, from + frames * GetChannels());
+        return frames;
+    }
+};
+
+} // namespace
+
+TEST(Exports, ObjectsAreMadeThereAndDestroyedHere)
+{
+    for (CRuntimeClass* const made : {RUNTIME_CLASS(CSoundFile), RUNTIME_CLASS(CWaveFile), RUNTIME_CLASS(CBinFile)}) {
+        const std::unique_ptr<CObject> object(made->CreateObject());
+        ASSERT_TRUE(object) << made->m_lpszClassName;
+        EXPECT_EQ(object->GetRuntimeClass(), made);
+        EXPECT_EQ(CRuntimeClass::FromName(made->m_lpszClassName), made);
+        EXPECT_TRUE(object->IsKindOf(RUNTIME_CLASS(CSoundFile)));
+        EXPECT_TRUE(dynamic_cast<CSoundFile*>(object.get()));
+        EXPECT_EQ(dynamic_cast<CBinFile*>(object.get()) != nullptr, made == RUNTIME_CLASS(CBinFile));
+    }
+    const CString text = CString("a") + "b" + 'c'; // memory that grew there
+    EXPECT_EQ(text, "abc");
+    CDGEmulator::CCDGEmulator emulator;
+    emulator.Init();
+    int size = 0;
+    const std::unique_ptr<u8[]> snapshot = emulator.StoreState(size);
+    EXPECT_TRUE(emulator.RestoreState(snapshot.get(), size));
+    std::vector<CDGEmulator::ReplacementSweep> sweeps(3);
+    for (CDGEmulator::ReplacementSweep& sweep : sweeps)
+        sweep.packs.resize(100);
+    emulator.SetReplacementSweeps(std::move(sweeps)); // taken over, so freed there
+}
+
+TEST(Exports, ClassesAreDerivedHereAndCalledFromThere)
+{
+    auto sink = std::make_unique<Sink>();
+    double left[] = {1.5, -40000, 7}, right[] = {2, 3, 4};
+    EXPECT_EQ(sink->WriteDoubles(left, right, 3), 3);
+    EXPECT_EQ(sink->samples, (std::vector<i16>{2, 2, -32768, 3, 7, 4}));
+    EXPECT_EQ(sink->GetRuntimeClass(), RUNTIME_CLASS(CSoundFile)) << "it declared no class information of its own";
+    const std::unique_ptr<CObject> base = std::move(sink); // destroyed from its root on
+}
+
+TEST(Exports, ExceptionsOfTheFrameworkAreCaughtHere)
+{
+    const TempFolder folder;
+    struct Case {
+        const char* name;
+        std::function<void()> work;
+        int cause; // -1: a memory exception
+    };
+    const Case cases[] = {
+        {"opening", [&] { CFile(folder.Path("none").c_str(), CFile::modeRead); }, CFileException::fileNotFound},
+        {"a closed file", [] { CFile().GetLength(); }, CFileException::invalidFile},
+        {"a function of the framework", [] { AfxThrowFileException(CFileException::diskFull); },
+         CFileException::diskFull},
+        {"memory that cannot grow", [] { CMemFile(0).Write("x", 1); }, -1},
+        {"a class derived here", [] { BrokenFile(0).Read(nullptr, 1); }, CFileException::hardIO},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        for (int round = 0; round < 3; ++round) {
+            bool passed = false;
+            try {
+                const Witness witness{passed};
+                c.work();
+                ADD_FAILURE() << "nothing was thrown";
+            } catch (CFileException* e) {
+                EXPECT_EQ(e->m_cause, c.cause);
+                EXPECT_TRUE(static_cast<CException*>(e)->IsKindOf(RUNTIME_CLASS(CFileException)));
+                e->Delete();
+            } catch (CMemoryException* e) {
+                EXPECT_EQ(c.cause, -1);
+                e->Delete();
+            }
+            EXPECT_TRUE(passed);
+            EXPECT_EQ(std::uncaught_exceptions(), 0);
+        }
+    }
+}
+
+TEST(Exports, ExceptionsPassOnFromCatchToCatchAndThreadToThread)
+{
+    std::exception_ptr kept;
+    std::thread other([&] {
+        try {
+            try {
+                AfxThrowFileException(CFileException::badSeek);
+            } catch (CException*) {
+                throw;
+            }
+        } catch (...) {
+            kept = std::current_exception();
+        }
+    });
+    other.join();
+    try {
+        std::rethrow_exception(kept);
+    } catch (CFileException* e) {
+        EXPECT_EQ(e->m_cause, CFileException::badSeek);
+        e->Delete();
+    }
+}
+
+TEST(Exports, ExceptionsThrownHereAreCaughtThere)
+{
+    BrokenFile file(kPackSize);
+    const std::vector<u8> bytes = PackStream().Preset(3).Preset(4).bytes;
+    file.Write(bytes.data(), static_cast<UINT>(bytes.size()));
+    file.SeekToBegin();
+    CCDGInputFile input;
+    input.Open(&file, true);
+    CCDGEmulatorPack pack;
+    EXPECT_TRUE(input.GetNextPack(pack));
+    EXPECT_FALSE(input.GetNextPack(pack)) << "told as the end, like every failure to read";
+    StreamIdentity identity;
+    CFileException error;
+    EXPECT_FALSE(IdentifyStream(file, identity, &error));
+    EXPECT_EQ(error.m_cause, CFileException::hardIO);
+}
+
+TEST(Exports, ExceptionsOfACallbackPassThroughTheLibrary)
+{
+    const std::vector<u8> bytes = PackStream().Preset(3).Preset(4).Preset(5).Preset(6).bytes;
+    CMemFile file;
+    file.Write(bytes.data(), static_cast<UINT>(bytes.size()));
+    file.SeekToBegin();
+    CCDGInputFile input;
+    input.Open(&file, true);
+    CDGStreamInfo info;
+    const auto enough = [](double) { throw std::runtime_error("enough"); };
+    EXPECT_THROW(ScanCDGStream(input, info, enough), std::runtime_error);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
+    EXPECT_TRUE(ScanCDGStream(input, info)) << "and left it in order";
+    EXPECT_EQ(info.packs, 4);
+    const std::function<void()> nothing;
+    EXPECT_THROW(nothing(), std::bad_function_call);
+}
