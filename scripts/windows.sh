@@ -21,7 +21,7 @@ system_dlls='KERNEL32|USER32|GDI32|ADVAPI32|SHELL32|WINMM|WS2_32|CRYPT32|SECUR32
 
 # ---- Third-party parts ------------------------------------------------------------------------------------------------
 
-header_packages=(libcli11-dev nlohmann-json3-dev libstb-dev)
+header_packages=(libcli11-dev nlohmann-json3-dev libstb-dev bmagic)
 prefix_packages=("${header_packages[@]}" libgtest-dev libgmock-dev g++-mingw-w64-i686-posix)
 
 # cross_build SOURCE NAME [CMAKE OPTION...]: into the prefix that is being made.
