@@ -2,11 +2,14 @@
 #pragma once
 
 #include "BinFile.h"
+#include "Buffer.h"
 #include "CDGEmulator.h"
 #include "CDGEmulatorPack.h"
 #include "CDGInputFile.h"
 #include "CDGRenderer.h"
+#include "CyclicBuffer.h"
 #include "Dib.h"
+#include "FifoBuffer2.h"
 #include "NVExport.h"
 #include "NVTypes.h"
 #include "SoundFile.h"
