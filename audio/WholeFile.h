@@ -23,6 +23,9 @@ public:
     bool Create(const char* path);
     /// Where to write. Its file calls throw.
     CFile& Bytes() { return direct ? claim : temporary; }
+    /// What stands under the name until `Commit`, for reading; an empty file where there was none. A device has no
+    /// before: it is what `Bytes` gives.
+    CFile& Before() { return claim; }
     /// Puts the file in its place. False when that fails; all is as it was before then.
     bool Commit();
     /// After `Commit`, and before anything else uses the file: removes it again if there was none of its name.

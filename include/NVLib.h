@@ -10,6 +10,8 @@
 #include "CyclicBuffer.h"
 #include "Dib.h"
 #include "FifoBuffer2.h"
+#include "MP3Info.h"
+#include "MPEGAudio.h"
 #include "NVExport.h"
 #include "NVTypes.h"
 #include "SoundFile.h"

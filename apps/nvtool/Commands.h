@@ -36,6 +36,7 @@ void AddJoin(CLI::App& app);
 void AddFrame(CLI::App& app);
 void AddSheet(CLI::App& app);
 void AddSilence(CLI::App& app);
+void AddTag(CLI::App& app);
 void AddMakeSample(CLI::App& app);
 void AddProcess(CLI::App& app);
 

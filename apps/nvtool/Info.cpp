@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "GraphicsReport.h"
 #include "Inputs.h"
+#include "Mp3Report.h"
 #include "Sound.h"
 
 #include <nlohmann/json.hpp>
@@ -25,14 +26,17 @@ struct Facts {
     std::string kindText;
     std::optional<SoundReport> sound;
     std::optional<CDGStreamInfo> graphics;
+    std::optional<Mp3Report> mp3;
     std::vector<std::string> remarks;
     std::string failure; // why the file is of no use, when it is
 };
 
 // The word for a kind in reports.
-const char* KindWord(StreamKind kind)
+const char* KindWord(const Facts& facts)
 {
-    switch (kind) {
+    if (facts.mp3)
+        return "mp3";
+    switch (facts.identity.kind) {
     case StreamKind::Empty:
         return "empty";
     case StreamKind::Wave:
@@ -92,9 +96,16 @@ Facts Gather(const std::string& file)
         GraphicsInput input(file);
         facts.graphics = ScanGraphics(input, file);
     }
+    if (facts.identity.kind == StreamKind::Unknown)
+        facts.mp3 = ReadMp3(file);
+    if (facts.mp3) {
+        facts.kindText = Mp3KindText(*facts.mp3);
+        if (!facts.mp3->remark.empty())
+            facts.remarks.push_back(facts.mp3->remark);
+    }
     if (facts.identity.kind == StreamKind::Empty)
         facts.failure = "is empty";
-    if (facts.identity.kind == StreamKind::Unknown)
+    if (facts.identity.kind == StreamKind::Unknown && !facts.mp3)
         facts.failure = "is of no known kind";
 
     if (std::string remark = NameRemark(facts.identity, file); !remark.empty())
@@ -112,16 +123,16 @@ Facts Gather(const std::string& file)
 
 nlohmann::ordered_json ToJson(const Facts& facts, const std::string& file)
 {
-    nlohmann::ordered_json json = {{"file", file},
-                                   {"kind", KindWord(facts.identity.kind)},
-                                   {"description", facts.kindText},
-                                   {"bytes", facts.identity.length}};
+    nlohmann::ordered_json json = {
+        {"file", file}, {"kind", KindWord(facts)}, {"description", facts.kindText}, {"bytes", facts.identity.length}};
     if (StreamRecordSize(facts.identity.kind) > 0) {
         json["records"] = facts.identity.records;
         json["restBytes"] = facts.identity.restBytes;
     }
     if (facts.sound)
         json["sound"] = FormatJson(*facts.sound);
+    if (facts.mp3)
+        json["mpeg"] = Mp3Json(*facts.mp3);
     if (facts.graphics)
         json["graphics"] = GraphicsJson(*facts.graphics);
     json["remarks"] = facts.remarks;
@@ -138,6 +149,8 @@ void Print(const Facts& facts, const std::string& file)
     if (facts.sound)
         std::printf("  %-22s %s, %lld frames, %s\n", "sound", TimeText(facts.sound->seconds).c_str(),
                     facts.sound->frames, FormatText(facts.sound->format).c_str());
+    if (facts.mp3)
+        PrintMp3(*facts.mp3);
     if (facts.graphics)
         PrintGraphics(*facts.graphics);
     for (const std::string& remark : facts.remarks)

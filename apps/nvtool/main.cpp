@@ -52,6 +52,7 @@ int main(int argc, char** argv)
     AddFrame(app);
     AddSheet(app);
     AddSilence(app);
+    AddTag(app);
     AddSplit(app);
     AddJoin(app);
     AddMakeSample(app);
