@@ -130,7 +130,20 @@ def silence():
             add("silences of a recording", speed["scan_file"], "MB/s", "ffmpeg silencedetect", os.path.getsize(path("long.wav")) / 1e6 / spent)
 
 
-jobs = {"cdg": cdg, "split": split, "silence": silence}
+def mp3():
+    best = run_benchmark("Mp3WalkBench", ".", NVLIB_BENCH_MP3="vbr-60min.mp3")
+    spent = {name: figures["real_time"] for name, figures in best.items()}
+    add("frames of an hour of MP3", spent["walk_frames"], "ms", "walked and no more, same program", spent["limit_walk_pieces"], "1.3", less_is_better=True)
+    add("frames of an hour of MP3", spent["walk_frames"], "ms", "merely read", spent["limit_read_only"], less_is_better=True)
+    if have("vbr-60min.mp3"):
+        limit = limits("mp3", path("vbr-60min.mp3"))
+        add("frames of an hour of MP3", spent["walk_frames"], "ms", "limit: pieces as read", limit.get("walk pieces as read, time"), "1.3", less_is_better=True)
+        for name, argv in (("mp3val", ["mp3val"]), ("mp3info -F", ["mp3info", "-F", "-p", "%S"])):
+            if shutil.which(argv[0]):
+                add("frames of an hour of MP3", spent["walk_frames"], "ms", name, 1e3 * seconds_of([*argv, path("vbr-60min.mp3")]), less_is_better=True)
+
+
+jobs = {"cdg": cdg, "split": split, "silence": silence, "mp3": mp3}
 for job in sys.argv[3:] or jobs:
     if job not in jobs:
         sys.exit(f"bench.py: no job '{job}' ({' '.join(jobs)})")

@@ -41,23 +41,24 @@ int ParseGenre(const std::string& text)
 }
 
 // What does not fit is cut, which the person is told.
-void WarnOfCuts(const Options& options)
+void WarnOfCuts(const std::string& file, const CMP3Info& info)
 {
-    const bool hasTrack = options.track.value_or(0) > 0;
-    const auto check = [&](const char* what, const std::optional<std::string>& text, size_t most) {
-        if (text && text->size() > most)
-            Warn(options.file, std::string("the ") + what + " is cut to " + std::to_string(most) + " bytes");
+    const auto check = [&](const char* what, const CString& text, int most) {
+        if (text.GetLength() > most)
+            Warn(file, std::string("the ") + what + " is cut to " + std::to_string(most) + " bytes");
     };
-    check("title", options.title, 30);
-    check("artist", options.artist, 30);
-    check("album", options.album, 30);
-    check("year", options.year, 4);
-    check("comment", options.comment, hasTrack ? 28 : 30);
+    check("title", info.GetTitle(), 30);
+    check("artist", info.GetArtist(), 30);
+    check("album", info.GetAlbum(), 30);
+    check("year", info.GetYear(), 4);
+    check("comment", info.GetComment(), info.GetTrack() > 0 ? 28 : 30);
+    if (info.GetComment().GetLength() > 28 && info.GetTrack() == 0 && info.GetGenreIndex() != kNoGenre)
+        Warn(file,
+             "the genre will not be read again: the comment has more than 28 bytes, and there is no track number");
 }
 
 void Change(const Options& options, CMP3Info& info, int genre)
 {
-    WarnOfCuts(options);
     if (options.title)
         info.SetTitle(options.title->c_str());
     if (options.artist)
@@ -72,6 +73,7 @@ void Change(const Options& options, CMP3Info& info, int genre)
         info.SetTrack(*options.track);
     if (options.genre)
         info.SetGenreIndex(genre);
+    WarnOfCuts(options.file, info);
 }
 
 void Run(const Options& options)

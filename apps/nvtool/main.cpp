@@ -40,7 +40,7 @@ int main(int argc, char** argv)
 {
     using namespace nvtool;
     PassOutputUnchanged();
-    CLI::App app("Works on karaoke tracks: disc images, CD+G graphics and WAV sound.", "nvtool");
+    CLI::App app("Works on karaoke tracks: disc images, CD+G graphics, WAV and MP3 sound.", "nvtool");
     app.set_version_flag("--version", "nvtool " NVTOOL_VERSION);
     app.allow_windows_style_options(false); // a path that begins with a slash is a path, on Windows too
     app.require_subcommand(0, 1);

@@ -84,7 +84,8 @@ TEST_F(Nvtool, HelpIsThereForEveryCommand)
     EXPECT_EQ(Output().substr(0, 7), "nvtool ");
     ASSERT_EQ(Run("--help"), 0);
     const std::string all = Output();
-    for (const char* command : {"process", "info", "frame", "sheet", "silence", "split", "join", "make-sample"}) {
+    for (const char* command :
+         {"process", "info", "frame", "sheet", "silence", "split", "join", "tag", "make-sample"}) {
         EXPECT_NE(all.find(command), std::string::npos) << command;
         EXPECT_EQ(Run(std::string(command) + " --help"), 0);
         EXPECT_NE(Output().find("Example"), std::string::npos) << command;
@@ -140,6 +141,11 @@ TEST_F(Nvtool, BadInputAndBadCommandLinesAreToldAndHarmNothing)
         {"join --wav sum.wav --cdg made.cdg new.bin", 1, "sum.wav: a disc image takes 44100 Hz"},
         {"join --wav track.bin --cdg made.cdg new.bin", 1, "track.bin: is no WAV file"},
         {"join --wav made.wav --cdg made.wav new.bin", 1, "made.wav: is no plain CD+G file"},
+        {"tag made.wav", 1, "made.wav: is no MP3 file"},
+        {"tag nothing.mp3 --remove", 1, "nothing.mp3: there is no such file"},
+        {"tag song.mp3 --title x --remove", 2, "--remove"},
+        {"tag song.mp3 --genre Nothing", 2, "--genre"},
+        {"tag song.mp3 --track 256", 2, "--track"},
         {"process empty.bin -o new", 1, "empty.bin: is no track"},
         {"process track.bin -o made.wav", 1, "made.wav: is a file"},
         {"process track.bin -o mine", 1, "track.wav: is in the way"},
@@ -176,6 +182,49 @@ TEST_F(Nvtool, InfoTellsWhatTheSampleIs)
     ASSERT_EQ(Run("silence track.bin --json --min 1.5"), 0);
     EXPECT_EQ(Json()["silences"][0]["startFrame"], 0);
     EXPECT_GE(Json()["silences"][0]["endSeconds"], 1.5);
+}
+
+TEST_F(Nvtool, Mp3FilesAreToldAndTagged)
+{
+    // Ten frames of MPEG-1 Layer III behind one whose header claims twenty.
+    std::string frame("\xFF\xFB\x90\x64");
+    frame.resize(417, 'x');
+    std::string first = frame, song;
+    first.replace(36, 12, std::string("Info\0\0\0\1\0\0\0\x14", 12));
+    for (int k = 0; k < 10; ++k)
+        song += frame;
+    song = first + song;
+    folder.Write("song.mp3", song);
+    folder.Write("sorry.mp3", "no frames in here");
+
+    ASSERT_EQ(Run("info song.mp3 --json"), 0) << Errors();
+    nlohmann::json json = Json();
+    EXPECT_EQ(json["kind"], "mp3");
+    EXPECT_EQ(json["description"], "MPEG-1 Layer III sound");
+    EXPECT_EQ(json["mpeg"]["frames"], 11);
+    EXPECT_EQ(json["mpeg"]["averageKbit"], 128);
+    EXPECT_EQ(json["mpeg"]["claimed"]["frames"], 20);
+    EXPECT_TRUE(json["mpeg"]["tag"].is_null());
+    ASSERT_EQ(json["remarks"].size(), 1u);
+    EXPECT_NE(json["remarks"][0].get<std::string>().find("claims 20 frames where there are 10"), std::string::npos);
+    EXPECT_EQ(Run("info sorry.mp3"), 1);
+
+    ASSERT_EQ(
+        Run("tag song.mp3 --title \"Auld Lang Syne\" --track 3 --genre folk --comment 123456789012345678901234567890"),
+        0);
+    EXPECT_NE(Errors().find("comment is cut to 28 bytes"), std::string::npos);
+    ASSERT_EQ(Run("tag song.mp3 --artist Trad --track 0 --json"), 0);
+    EXPECT_EQ(Errors(), "");
+    json = Json()["tag"];
+    EXPECT_EQ(json["title"], "Auld Lang Syne");
+    EXPECT_EQ(json["artist"], "Trad");
+    EXPECT_EQ(json["track"], 0);
+    EXPECT_EQ(json["genreName"], "Folk");
+    EXPECT_EQ(folder.Read("song.mp3").size(), song.size() + 128);
+    ASSERT_EQ(Run("tag song.mp3"), 0);
+    EXPECT_NE(Output().find("Auld Lang Syne"), std::string::npos);
+    ASSERT_EQ(Run("tag song.mp3 --remove"), 0);
+    EXPECT_EQ(folder.Read("song.mp3"), song);
 }
 
 TEST_F(Nvtool, SplitAndJoinGiveTheImageBack)

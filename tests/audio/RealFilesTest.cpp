@@ -1,40 +1,12 @@
 // Files of many makers, against what independent tools say of them.
 #include "WaveFile.h"
+#include "support/Table.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <map>
 #include <regex>
 #include <set>
-#include <sstream>
 
 namespace {
-
-using Row = std::map<std::string, std::string>;
-
-std::vector<Row> ReadTable(const std::string& path)
-{
-    const auto cells = [](const std::string& line) {
-        std::vector<std::string> found;
-        std::istringstream stream(line + "\t");
-        for (std::string cell; std::getline(stream, cell, '\t');)
-            found.push_back(cell);
-        return found;
-    };
-    std::ifstream file(path);
-    std::string line;
-    std::getline(file, line);
-    const auto names = cells(line);
-    std::vector<Row> rows;
-    while (std::getline(file, line)) {
-        const auto values = cells(line);
-        Row row;
-        for (std::size_t k = 0; k < names.size() && k < values.size(); ++k)
-            row[names[k]] = values[k];
-        rows.push_back(row);
-    }
-    return rows;
-}
 
 // Why the rules refuse them.
 const std::set<std::string> refused = {
