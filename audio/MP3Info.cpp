@@ -63,6 +63,7 @@ void CMP3Info::Clear()
     *this = CMP3Info();
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): applications rely on this signature
 int CMP3Info::Open(CString path)
 {
     Clear();
@@ -187,6 +188,7 @@ void CMP3Info::FillTag(MP3ID3V1TAG& tag) const
     tag = filled;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): applications rely on this signature
 int CMP3Info::WriteID3V1(CString path, int operation) const
 {
     if ((operation != writeTag && operation != removeTag) || !IsPlainFile(path))

@@ -79,6 +79,9 @@ bool FindFirstFrame(StreamWindow& stream, MP3FRAMEHEADER& header)
     const i64 start = SkipTags(stream);
     stream.Forget(); // or the search might have to read pieces in turn
     for (i64 at = start; at <= start + mostJunk; ++at) {
+        stream.position = at;
+        if (stream.Bytes(4) == nullptr) // the end
+            break;
         if (ReadHeader(stream, at, header) && FramesFollow(stream, at)) {
             stream.position = at;
             return true;

@@ -9,7 +9,6 @@
 #include "support/PlainMP3.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -39,7 +38,8 @@ void CheckTag(const ScratchFolder& scratch, const std::string& path, const std::
     const bool hadTag = file.size() >= tagBytes && file.compare(file.size() - tagBytes, 3, "TAG") == 0;
     const size_t kept = file.size() - (hadTag ? tagBytes : 0);
     const auto startsWithFile = [&](const std::vector<u8>& bytes) {
-        return std::memcmp(bytes.data(), file.data(), kept) == 0;
+        return std::equal(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(kept), bytes.begin(),
+                          [](char a, u8 b) { return static_cast<u8>(a) == b; });
     };
 
     CMP3Info info, back;

@@ -100,11 +100,11 @@ public:
     int IsCopyrighted() const { return copyright; }
     int IsOriginal() const { return original; }
 
-    void SetArtist(CString text) { artist = text; }
-    void SetTitle(CString text) { title = text; }
-    void SetAlbum(CString text) { album = text; }
-    void SetComment(CString text) { comment = text; }
-    void SetYear(CString text) { year = text; }
+    void SetArtist(const CString& text) { artist = text; }
+    void SetTitle(const CString& text) { title = text; }
+    void SetAlbum(const CString& text) { album = text; }
+    void SetComment(const CString& text) { comment = text; }
+    void SetYear(const CString& text) { year = text; }
     void SetTrack(int number) { track = number; }
     void SetGenreIndex(int index) { genreIndex = index; }
 
