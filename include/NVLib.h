@@ -3,11 +3,13 @@
 
 #include "BinFile.h"
 #include "Buffer.h"
+#include "CDGAnalyzer.h"
 #include "CDGEmulator.h"
 #include "CDGEmulatorPack.h"
 #include "CDGInputFile.h"
 #include "CDGRenderer.h"
 #include "CyclicBuffer.h"
+#include "CDGScanner.h"
 #include "Dib.h"
 #include "FifoBuffer2.h"
 #include "MP3Info.h"
