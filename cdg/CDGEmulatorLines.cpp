@@ -3,6 +3,7 @@
 
 #include "ScopedLock.h"
 #include "ScreenPicture.h"
+#include "TextLines.h"
 
 #include <algorithm>
 
@@ -12,7 +13,6 @@ namespace {
 
 using Guard = NV::ScopedLock<CCriticalSection>;
 
-constexpr int mergeBelow = 5; // rows: lower lines closer than this to the next belong to it (dots, accents)
 constexpr std::size_t maxTextLines = 9;
 constexpr int maxTextHeight = 40;
 constexpr int minTextHeight = 8;
@@ -31,23 +31,12 @@ void CCDGEmulator::UpdateMaskOutline()
 void CCDGEmulator::DetectLines()
 {
     const Guard guard(lock);
-    lines.clear();
-    bool inLine = false;
+    InkRows ink;
     for (int y = 0; y < screenHeight; ++y) {
         const MaskPlane::Row& row = std::as_const(*picture).Mask().GetRow(y);
-        const bool ink = std::any_of(row.begin(), row.end(), [](u64 word) { return word != 0; });
-        if (ink && !inLine)
-            lines.emplace_back(y, y);
-        else if (ink)
-            lines.back().second = y;
-        inLine = ink;
+        ink.Set(y, std::any_of(row.begin(), row.end(), [](u64 word) { return word != 0; }));
     }
-    // Kept as is: a line that has taken in the next one is not compared again.
-    for (std::size_t i = 0; i + 1 < lines.size(); ++i)
-        if (lines[i].second - lines[i].first < mergeBelow && lines[i + 1].first - lines[i].second < mergeBelow) {
-            lines[i].second = lines[i + 1].second;
-            lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(i) + 1);
-        }
+    FindTextLines(ink, lines);
 }
 
 bool CCDGEmulator::IsThisTextPage() const

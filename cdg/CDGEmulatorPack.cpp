@@ -33,12 +33,15 @@ void CCDGEmulatorPack::GetFromMem(const u8* raw)
 {
     if (!raw)
         return;
-    const auto masked = [&raw](u8& field) { field = *raw++ & kPackBits; };
-    masked(command);
-    masked(instruction);
-    std::for_each(parityQ, parityQ + 2, masked);
-    std::for_each(data, data + 16, masked);
-    std::for_each(parityP, parityP + 4, masked);
+    command = raw[0] & kPackBits;
+    instruction = raw[1] & kPackBits;
+    const auto copyMasked = [](u8* to, const u8* from, int count) { // each count is known: a load, a mask and a store
+        for (int i = 0; i < count; ++i)
+            to[i] = from[i] & kPackBits;
+    };
+    copyMasked(parityQ, raw + 2, 2);
+    copyMasked(data, raw + 4, 16);
+    copyMasked(parityP, raw + 20, 4);
 }
 
 void CCDGEmulatorPack::GetMem(u8* raw) const

@@ -12,7 +12,8 @@
 namespace {
 
 constexpr int subcodeSize = kPacksPerRecord * kPackSize;
-constexpr int packsPerPiece = 48 * kPacksPerRecord; // a piece of a raw image is then 115 KiB
+constexpr int packsPerImagePiece = 48 * kPacksPerRecord; // 115 KiB with the audio between
+constexpr int packsPerPlainPiece = 1 << 20;              // so that bytes fit an int
 
 bool EndsInBin(std::string_view name)
 {
@@ -99,6 +100,7 @@ int CCDGInputFile::Read(u8* buffer, int count)
 int CCDGInputFile::ReadFromFile(u8* buffer, int count)
 {
     int stored = 0;
+    const int packsPerPiece = recordSize == kCdgRecordSize ? packsPerPlainPiece : packsPerImagePiece;
     std::vector<u8> piece; // of a raw image: subcode with the audio between
     while (stored < count) {
         const int wanted = std::min(count - stored, packsPerPiece);

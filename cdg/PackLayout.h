@@ -46,6 +46,7 @@ struct ScrollBlock {
           verticalOffset(std::min(data[2] & 0x0F, 11)), dx(Source(data[1], 6)), dy(Source(data[2], 12))
     {
     }
+    bool Moves() const { return dx != 0 || dy != 0; }
 
 private:
     // Kept as is: command 3 moves like command 2.

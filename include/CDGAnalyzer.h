@@ -60,4 +60,8 @@ public:
     int GetPrevClearScreen(int pack);
     /// Kept as is: always empty.
     std::vector<unsigned long> GetTextColors();
+
+private:
+    bool ReadRawPacks(CFile& file, bool discImage, const std::function<bool()>& isCancelled);
+    bool Replay(int snapshotPack, const std::function<bool()>& isCancelled);
 };

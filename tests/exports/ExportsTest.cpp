@@ -2,7 +2,9 @@
 // made on one side and destroyed on the other, classes are derived here and called from there, and exceptions go both
 // ways.
 #include "BinFile.h"
+#include "CDGAnalyzer.h"
 #include "CDGRenderer.h"
+#include "CDGScanner.h"
 #include "StreamInfo.h"
 #include "WaveFile.h"
 #include "support/PackStream.h"
@@ -146,6 +148,30 @@ TEST(Exports, ExceptionsPassOnFromCatchToCatchAndThreadToThread)
         EXPECT_EQ(e->m_cause, CFileException::badSeek);
         e->Delete();
     }
+}
+
+TEST(Exports, ScansGoBothWays)
+{
+    const TempFolder folder;
+    const std::vector<u8> packs = PackStream().Preset(0).Tile(2, 3, 1).Preset(0).Empty(6001).bytes;
+    const std::string path = folder.Write("song.cdg", std::string(packs.begin(), packs.end()));
+    CCDGScanner scanner;
+    EXPECT_THROW(scanner.ScanFile(path.c_str(), nullptr), std::bad_function_call);
+    ASSERT_TRUE(scanner.ScanFile(path.c_str(), [] { return false; }));
+    const CCDGScanner copy = scanner;
+    scanner.m_Screens.clear(); // memory from there
+    EXPECT_EQ(copy.m_Screens.size(), 3u);
+    unsigned char* thumbprint = nullptr;
+    int size = 0;
+    ASSERT_TRUE(CCDGScanner::GetCDGThumbprint(path.c_str(), thumbprint, size));
+    EXPECT_EQ(CCDGScanner::GetCDGThumbprintDiff(thumbprint, size, thumbprint, size), 0);
+    CCDGScanner::ReleaseCDGThumbprint(thumbprint);
+    CMemFile file;
+    file.Write(packs.data(), static_cast<UINT>(packs.size()));
+    CCDGAnalyzer analyzer;
+    EXPECT_TRUE(analyzer.ReadFromFile(&file, 2, [] { return false; }));
+    analyzer.m_Packs.clear();
+    EXPECT_EQ(analyzer.m_SnapshotImage.GetPixelIndex(20, 30), 1);
 }
 
 TEST(Exports, ExceptionsThrownHereAreCaughtThere)
