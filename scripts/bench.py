@@ -109,6 +109,15 @@ def cdg():
     add("the middle of a fresh file", frames["FirstFrameOfFreshFile/percent:50"]["real_time"], "us", "a millisecond", 1000.0, "1", less_is_better=True)
 
 
+def scan():
+    best = run_benchmark("ScanBench", ".", NVLIB_BENCH_CDG="song.cdg")
+    spent = {name: figures["real_time"] for name, figures in best.items()}
+    for what, name, wanted in (("a song scanned", "Scan", "2"), ("a song loaded for analysis", "ReadFromFile", "1.5"),
+                               ("a song's thumbprint", "MakeThumbprint", "1.2")):
+        add(what, spent[name], "us", "its packs in bulk, same program", spent["PacksInBulk"], wanted, less_is_better=True)
+    add("10,000 thumbprints compared", spent["CompareThumbprints"] * 10, "ms", "a second", 1000.0, "1", less_is_better=True)
+
+
 def split():
     best = run_benchmark("SplitBench", ".", NVLIB_BENCH_IMAGE="song.bin")
     speed = {name: figures["best MB/s"] for name, figures in best.items()}
@@ -143,7 +152,7 @@ def mp3():
                 add("frames of an hour of MP3", spent["walk_frames"], "ms", name, 1e3 * seconds_of([*argv, path("vbr-60min.mp3")]), less_is_better=True)
 
 
-jobs = {"cdg": cdg, "split": split, "silence": silence, "mp3": mp3}
+jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3}
 for job in sys.argv[3:] or jobs:
     if job not in jobs:
         sys.exit(f"bench.py: no job '{job}' ({' '.join(jobs)})")
