@@ -159,6 +159,11 @@ run_commands() { # FOLDER ENDING [RUNNER]: where the programs are, how their nam
     "${nvtool[@]}" info --json "$file" >"info-$file.json"
     [[ $file == *.cdg ]] || "${nvtool[@]}" silence --json "$file" >"silence-$file.json"
   done
+  "${nvtool[@]}" thumbprint track.bin -o track.thumbprint >thumbprint.txt
+  "${nvtool[@]}" compare track.thumbprint split.cdg >compare.txt
+  "${nvtool[@]}" scan --json track.bin split.cdg >scan.json
+  "${nvtool[@]}" palette --json track.bin --at 30 >palette.json
+  "${nvtool[@]}" clean --json track.bin >clean.json
   "${nvtool[@]}" process track.bin -o processed | sed 's|\\|/|g' >process.txt # a path in each system's own way
   "${@:3}" "$bin/track_player$ending" track.bin 21.5 frame.bmp | tr -d '\r' >player.txt
 }

@@ -15,8 +15,8 @@
 
 namespace nvtool {
 
-// Exit codes, also told in --help: everything worked, the work failed, the command line was wrong.
-enum ExitCode { kExitOk = 0, kExitFailure = 1, kExitUsage = 2 };
+// Exit codes, also told in --help: everything worked, the work failed, the command line was wrong, Ctrl-C.
+enum ExitCode { kExitOk = 0, kExitFailure = 1, kExitUsage = 2, kExitInterrupted = 130 };
 
 // A failure that ends the command. main() prints it as "nvtool: FILE: message" and exits with kExitFailure.
 class Error : public std::runtime_error {
@@ -29,6 +29,15 @@ private:
     std::string file;
 };
 
+// Ends the command after Ctrl-C: main() says so and exits with kExitInterrupted.
+class Interruption : public std::exception {
+public:
+    const char* what() const noexcept override { return "interrupted"; }
+};
+
+// Ends the command with kExitFailure when what failed has been told already.
+class AlreadyTold : public std::exception {};
+
 // Each adds one subcommand with its options and a callback that does the work or throws Error.
 void AddInfo(CLI::App& app);
 void AddSplit(CLI::App& app);
@@ -39,6 +48,12 @@ void AddSilence(CLI::App& app);
 void AddTag(CLI::App& app);
 void AddMakeSample(CLI::App& app);
 void AddProcess(CLI::App& app);
+void AddScan(CLI::App& app);
+void AddThumbprint(CLI::App& app);
+void AddCompare(CLI::App& app);
+void AddFind(CLI::App& app);
+void AddPalette(CLI::App& app);
+void AddClean(CLI::App& app);
 
 // Adds the --json flag that every reporting command has.
 CLI::Option* AddJsonFlag(CLI::App& command, bool& json);
@@ -69,8 +84,13 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // `done` of the total is done. Cheap enough for once a piece; draws at most ten times a second.
+    // `done` of the total is done. Cheap enough for once a piece; draws at most ten times a second. Throws Interruption
+    // after Ctrl-C in commands that catch it.
     void Update(u64 done);
+    // Only the latter.
+    static void Check();
+    // Makes room for a line of text; the next Update draws the bar again.
+    void Hide();
 
 private:
     std::string label;

@@ -14,14 +14,6 @@ namespace {
 
 constexpr int kOpenToRead = CFile::modeRead | CFile::shareDenyNone;
 
-std::string LowerExtension(const fs::path& path)
-{
-    std::string extension = PathText(path.extension());
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension;
-}
-
 std::string ErrorText(const CFileException& error)
 {
     char text[256];
@@ -41,6 +33,14 @@ StreamKind KindByName(const StreamIdentity& identity, const fs::path& path)
 }
 
 } // namespace
+
+std::string LowerExtension(const fs::path& path)
+{
+    std::string extension = PathText(path.extension());
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
 
 StreamIdentity Identify(const fs::path& path)
 {

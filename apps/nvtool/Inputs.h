@@ -14,6 +14,9 @@ namespace nvtool {
 // ending and the length decide. Throws Error.
 StreamIdentity Identify(const std::filesystem::path& path);
 
+// The name's ending with its dot, in small letters.
+std::string LowerExtension(const std::filesystem::path& path);
+
 // "plain CD+G graphics" or, for a file of unknown kind, what can be said of it.
 std::string KindText(const StreamIdentity& identity);
 

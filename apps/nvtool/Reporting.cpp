@@ -2,6 +2,7 @@
 #include "Commands.h"
 
 #include "Console.h"
+#include "Interrupt.h"
 
 #include <nlohmann/json.hpp>
 
@@ -54,13 +55,26 @@ Progress::Progress(std::string_view what, u64 all)
 
 Progress::~Progress()
 {
+    Hide();
+}
+
+void Progress::Check()
+{
+    if (IsInterrupted())
+        throw Interruption();
+}
+
+void Progress::Hide()
+{
     if (drawn)
         std::fprintf(stderr, "\r%*s\r", ErrorTerminalWidth() - 1, "");
+    drawn = false;
 }
 
 void Progress::Update(u64 done)
 {
     using namespace std::chrono_literals;
+    Check();
     const auto now = std::chrono::steady_clock::now();
     if (!terminal || now - start < 1s || now - last < 100ms)
         return;

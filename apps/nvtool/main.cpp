@@ -19,7 +19,8 @@ Examples:
   nvtool COMMAND --help                     more about one command
 
 Files are told apart by what they hold, not by their names. Results go to standard output (--json for programs),
-messages to standard error. Exit codes: 0 all is well, 1 the work failed, 2 the command line was wrong.)";
+messages to standard error. Exit codes: 0 all is well, 1 the work failed, 2 the command line was wrong,
+130 ended by Ctrl-C.)";
 
 std::string UsageMessage(const CLI::App* app, const CLI::Error& error)
 {
@@ -49,8 +50,14 @@ int main(int argc, char** argv)
     app.get_formatter()->column_width(32);
     AddProcess(app);
     AddInfo(app);
+    AddScan(app);
     AddFrame(app);
     AddSheet(app);
+    AddPalette(app);
+    AddClean(app);
+    AddThumbprint(app);
+    AddCompare(app);
+    AddFind(app);
     AddSilence(app);
     AddTag(app);
     AddSplit(app);
@@ -72,6 +79,11 @@ int main(int argc, char** argv)
         return app.exit(error) == 0 ? kExitOk : kExitUsage;
     } catch (const Error& error) {
         Fail(error.File() + ": " + error.what());
+    } catch (const AlreadyTold&) {
+        return kExitFailure;
+    } catch (const Interruption& end) {
+        Fail(end.what());
+        return kExitInterrupted;
     } catch (const std::bad_alloc&) {
         Fail("out of memory");
     } catch (const std::exception& error) {

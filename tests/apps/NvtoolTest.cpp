@@ -1,23 +1,16 @@
 // nvtool as a person runs it: the built program as a child process, in a folder of its own, on a track that it made.
 #include "CDGRenderer.h"
+#include "RunNvtool.h"
 #include "support/PackStream.h"
 #include "support/SmallDisk.h"
-#include "support/TempFolder.h"
 
 #define STB_IMAGE_IMPLEMENTATION
 #define STB_IMAGE_STATIC
 #define STBI_ONLY_PNG
 #include <stb_image.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <regex>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -33,25 +26,13 @@ struct Image {
     }
 };
 
-class Nvtool : public testing::Test {
+class Nvtool : public RunNvtool {
 protected:
     void SetUp() override
     {
-        fs::current_path(folder.Path());
+        RunNvtool::SetUp();
         ASSERT_EQ(Run("make-sample track.bin --seconds 20 --seed 7 --wav made.wav --cdg made.cdg"), 0) << Errors();
     }
-    void TearDown() override { fs::current_path(fs::temp_directory_path()); }
-
-    // Runs a command line in the folder and returns its exit code.
-    static int Run(const std::string& arguments)
-    {
-        const int status = std::system((NVLIB_NVTOOL " " + arguments + " >out.txt 2>err.txt").c_str());
-        return status > 255 ? status / 256 : status; // where the system puts the exit code into the upper byte
-    }
-    std::string Output() const { return folder.Read("out.txt"); }
-    std::string Errors() const { return folder.Read("err.txt"); }
-    nlohmann::json Json() const { return nlohmann::json::parse(Output(), nullptr, false); }
-
     static Image Load(const std::string& name)
     {
         Image image;
@@ -59,21 +40,6 @@ protected:
         EXPECT_TRUE(image.pixels) << name;
         return image;
     }
-
-    // Every file below the folder with its bytes, but for what Run leaves.
-    static std::map<std::string, std::string> Everything(const std::string& below)
-    {
-        std::map<std::string, std::string> files;
-        for (const auto& entry : fs::recursive_directory_iterator(below)) {
-            std::ifstream file(entry.path(), std::ios::binary);
-            if (entry.path().filename() != "out.txt" && entry.path().filename() != "err.txt")
-                files[entry.path().string()] =
-                    entry.is_directory() ? "folder" : std::string(std::istreambuf_iterator<char>(file), {});
-        }
-        return files;
-    }
-
-    TempFolder folder;
 };
 
 } // namespace
@@ -84,8 +50,8 @@ TEST_F(Nvtool, HelpIsThereForEveryCommand)
     EXPECT_EQ(Output().substr(0, 7), "nvtool ");
     ASSERT_EQ(Run("--help"), 0);
     const std::string all = Output();
-    for (const char* command :
-         {"process", "info", "frame", "sheet", "silence", "split", "join", "tag", "make-sample"}) {
+    for (const char* command : {"process", "info", "scan", "frame", "sheet", "palette", "clean", "thumbprint",
+                                "compare", "find", "silence", "split", "join", "tag", "make-sample"}) {
         EXPECT_NE(all.find(command), std::string::npos) << command;
         EXPECT_EQ(Run(std::string(command) + " --help"), 0);
         EXPECT_NE(Output().find("Example"), std::string::npos) << command;
@@ -120,6 +86,20 @@ TEST_F(Nvtool, BadInputAndBadCommandLinesAreToldAndHarmNothing)
         {"frame track.bin --at nan -o p.png", 2, "nan"},
         {"frame track.bin --at 1 --scale 0 -o p.png", 2, "--scale"},
         {"silence track.bin --threshold 2", 2, "--threshold"},
+        {"palette track.bin", 2, "--at"},
+        {"find track.bin", 2, "DIR"},
+        {"compare track.bin", 2, "B"},
+        {"thumbprint track.bin", 2, "--output"},
+        {"scan track.bin --jobs -1", 2, "--jobs"},
+        {"find track.bin . --no-cache --cache new", 2, "--cache"},
+        {"scan nothing.bin", 1, "nothing.bin: there is no such file"},
+        {"scan one.cdg", 1, "one.cdg: holds no CD+G graphics"},
+        {"clean text.bin", 1, "text.bin: holds no CD+G graphics"},
+        {"palette made.wav --at 1", 1, "made.wav: holds no CD+G graphics"},
+        {"thumbprint ./track.bin -o track.bin", 1, "track.bin: is the same file"},
+        {"thumbprint made.cdg track.bin folder.bin/../track.bin -o made.cdg", 1, "made.cdg"},
+        {"compare track.bin text.bin", 1, "text.bin: is neither CD+G graphics nor a thumbprint"},
+        {"find track.bin mine --no-cache", 1, "track.bin: is too short or too blank"},
         {"info nothing.bin", 1, "nothing.bin: there is no such file"},
         {"info folder.bin", 1, "folder.bin: is a folder"},
         {"info empty.bin", 1, "empty.bin: is empty"},
