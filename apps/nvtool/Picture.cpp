@@ -34,12 +34,12 @@ const u8* Glyph(char character)
     return character == ':' ? colon : character == '.' ? point : nullptr;
 }
 
+} // namespace
+
 Rgb ToRgb(u32 colour)
 {
     return {u8(colour), u8(colour >> 8), u8(colour >> 16)};
 }
-
-} // namespace
 
 Picture::Picture(int across, int down, Rgb fill) : width(across), height(down), bytes(size_t(across) * size_t(down) * 3)
 {
@@ -55,6 +55,20 @@ void Picture::Paste(const Picture& other, int left, int top)
         return;
     for (int y = fromY; y < toY; ++y)
         std::memcpy(At(left + fromX, top + y), other.At(fromX, y), size_t(toX - fromX) * 3);
+}
+
+void Picture::Frame(int left, int top, int right, int bottom, int thickness, Rgb colour)
+{
+    left = std::clamp(left, 0, width);
+    right = std::clamp(right, left, width);
+    top = std::clamp(top, 0, height);
+    bottom = std::clamp(bottom, top, height);
+    const Picture across(right - left, std::min(thickness, bottom - top), colour);
+    const Picture down(std::min(thickness, right - left), bottom - top, colour);
+    Paste(across, left, top);
+    Paste(across, left, bottom - across.Height());
+    Paste(down, left, top);
+    Paste(down, right - down.Width(), top);
 }
 
 void Picture::Text(std::string_view text, int left, int top, int dot, Rgb colour)

@@ -12,6 +12,8 @@
 namespace nvtool {
 
 using Rgb = std::array<u8, 3>;
+// Of a colour as the library has them, 0x00BBGGRR.
+Rgb ToRgb(u32 colour);
 
 // A plain value.
 class Picture {
@@ -27,6 +29,8 @@ public:
 
     // Puts another picture at a place, clipped to this one.
     void Paste(const Picture& other, int left, int top);
+    // Draws the outline of a rectangle, right and bottom exclusive, inwards, clipped to the picture.
+    void Frame(int left, int top, int right, int bottom, int thickness, Rgb colour);
     // Digits, ':' and '.' in small upright figures, each dot `dot` pixels wide; anything else leaves a gap.
     void Text(std::string_view text, int left, int top, int dot, Rgb colour);
     // Size of such a text in pixels.

@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "ContactSheet.h"
 #include "GraphicsReport.h"
+#include "Interrupt.h"
 #include "Pages.h"
 #include "ProcessPage.h"
 #include "ResultFolder.h"
@@ -11,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -27,6 +29,13 @@ struct Options {
     SilenceOptions silence;
     bool json = false;
 };
+
+std::string NumberedName(const char* what, size_t number)
+{
+    char name[40];
+    std::snprintf(name, sizeof(name), "%s-%03zu.png", what, number);
+    return name;
+}
 
 void WriteText(const fs::path& path, const std::string& text)
 {
@@ -63,6 +72,31 @@ void ReportSound(const Options& options, const fs::path& made, TrackResults& res
     results.sound = ScanSound(*sound, options.silence);
 }
 
+// Scans the track for screens and draws them.
+void ReportScreens(const Options& options, CCDGRenderer& renderer, ResultFolder& folder, TrackResults& results)
+{
+    const ScreenScan scan = [&] {
+        Progress progress("scanning", results.identity.length);
+        u64 done = 0;
+        return ScanScreens(options.track, [&](u64 bytes) { progress.Update(done += bytes); });
+    }();
+    results.screenCount = scan.screens.size();
+    results.screens = GroupScreens(scan.screens);
+    results.screensCut = results.screens.size() > kMaxScreenRuns;
+    results.screens.resize(std::min(results.screens.size(), kMaxScreenRuns));
+    Progress progress("drawing screens", results.screens.size());
+    size_t pictures = 0, done = 0;
+    for (ScreenRun& run : results.screens) {
+        const Picture picture = DrawScreen(renderer, run.shown, kPageScale);
+        run.palette = PaletteOf(renderer.GetEmulator());
+        if (!run.shown.lines.empty()) {
+            run.picture = NumberedName("screen", ++pictures);
+            WritePng(folder.Add(run.picture), picture);
+        }
+        progress.Update(++done);
+    }
+}
+
 void ReportGraphics(const Options& options, ResultFolder& folder, TrackResults& results)
 {
     GraphicsInput input(options.track);
@@ -73,13 +107,13 @@ void ReportGraphics(const Options& options, ResultFolder& folder, TrackResults& 
     input.Attach(renderer);
     Progress progress("drawing pages", results.pages.pages.size());
     for (const Page& page : results.pages.pages) {
-        char name[32];
-        std::snprintf(name, sizeof(name), "page-%03zu.png", results.pictures.size() + 1);
+        const std::string name = NumberedName("page", results.pictures.size() + 1);
         WritePng(folder.Add(name),
                  Enlarged(TakePicture(renderer, Page::SecondsOf(page.pack), Area::Field), kPageScale));
         results.pictures.push_back(name);
         progress.Update(results.pictures.size());
     }
+    ReportScreens(options, renderer, folder, results);
     if (results.pages.pages.empty())
         return;
     const SheetOptions sheet;
@@ -111,6 +145,17 @@ ordered_json ToJson(const TrackResults& results, const std::vector<std::string>&
                                  {"picture", results.pictures[i]}});
     }
     json["pagesCut"] = results.pages.cut;
+    json["screenCount"] = results.screenCount;
+    json["screens"] = ordered_json::array();
+    for (const ScreenRun& run : results.screens) {
+        ordered_json screen = {{"number", run.firstNumber}, {"toNumber", run.lastNumber}};
+        screen.update(PackRangeJson(run.firstPack, run.lastPack));
+        screen.update(LinesJson(run.shown));
+        screen["palette"] = run.palette;
+        screen["picture"] = run.picture.empty() ? ordered_json() : ordered_json(run.picture);
+        json["screens"].push_back(screen);
+    }
+    json["screensCut"] = results.screensCut;
     json["files"] = files;
     return json;
 }
@@ -144,6 +189,7 @@ TrackResults Begin(const Options& options)
 
 void Run(const Options& options)
 {
+    CatchInterrupts();
     TrackResults results = Begin(options);
     ResultFolder folder(options.folder, options.track);
     const fs::path wav = Split(options, folder, results);
@@ -183,7 +229,8 @@ void AddProcess(CLI::App& app)
     AddJsonFlag(command, options->json);
     command.footer(
         "\nDIR then holds index.html (open it in a browser), report.json, track.wav, track.cdg, a picture of\n"
-        "every page and a contact sheet. A second run replaces what the first one made and nothing else;\n"
+        "every page and every screen, and a contact sheet. A second run replaces what the first one made and nothing "
+        "else;\n"
         "results appear when all of them are whole.\n\n"
         "Example:\n  nvtool process track.bin -o out");
     command.callback([options] { Run(*options); });

@@ -20,7 +20,7 @@ body { margin: 0 auto; padding: 2rem 1.5rem 4rem; max-width: 76rem; background: 
   font: 16px/1.5 system-ui, sans-serif; }
 h1 { margin: 0; font-size: 1.9rem; overflow-wrap: anywhere; }
 h2 { margin: 2.5rem 0 .8rem; font-size: 1.2rem; }
-p.lead, .note { color: var(--dim); margin: .2rem 0 0; }
+p.lead, .note { color: var(--dim); margin: .2rem 0 0; } .note + div { margin-top: 1rem; }
 a { color: var(--accent); }
 audio { width: 100%; margin-top: 1.2rem; }
 .bar { display: block; width: 100%; height: 3.2rem; margin-top: 1rem; }
@@ -39,9 +39,12 @@ figure { margin: 0; background: var(--card); border: 1px solid var(--line); bord
 figure:target { outline: 3px solid var(--accent); }
 figure img { display: block; width: 100%; height: auto; aspect-ratio: 300 / 216; }
 figcaption { display: flex; gap: .6rem; align-items: center; padding: .45rem .8rem; font-variant-numeric: tabular-nums; }
+figcaption b { white-space: nowrap; }
 figcaption .when { margin-left: auto; color: var(--dim); font-size: .9rem; }
 button { font: inherit; color: var(--accent); background: none; border: 1px solid var(--line); border-radius: .4rem;
   padding: 0 .55rem; cursor: pointer; }
+.lines { padding: 0 .8rem .4rem; color: var(--dim); font-size: .85rem; }
+.palette { display: flex; padding: 0 .8rem .7rem; } .palette span { flex: 1; height: 1rem; border: 1px solid var(--line); }
 .sheet img { max-width: 100%; border-radius: .6rem; }
 footer { margin-top: 3rem; color: var(--dim); font-size: .85rem; }
 )css";
@@ -213,6 +216,46 @@ std::string PageFigures(const TrackResults& results)
     return text;
 }
 
+std::string ScreenFigure(const ScreenRun& run)
+{
+    const std::string picture = Escaped(run.picture);
+    std::string number = std::to_string(run.firstNumber);
+    if (run.lastNumber != run.firstNumber)
+        number += "&ndash;" + std::to_string(run.lastNumber);
+    std::string text = "<figure><a href=\"" + picture + "\"><img loading=\"lazy\" src=\"" + picture +
+                       "\" alt=\"Screen " + number + "\"></a><figcaption><b>" + number + "</b><button data-from=\"" +
+                       Number(CCDGInputFile::PackToTime(run.firstPack), 3) +
+                       "\" title=\"Play from here\">&#9654;</button><span class=\"when\">" +
+                       TimeText(CCDGInputFile::PackToTime(run.firstPack)) + " &ndash; " +
+                       TimeText(CCDGInputFile::PackToTime(run.lastPack)) + "</span></figcaption><div class=\"lines\">" +
+                       Count(run.shown.lines.size(), "line", "lines") + ", rows " + LinesText(run.shown.lines) +
+                       "; packs " + std::to_string(run.firstPack) + "&ndash;" + std::to_string(run.lastPack) +
+                       "</div><div class=\"palette\">";
+    for (const std::string& colour : run.palette)
+        text += "<span style=\"background: " + colour + "\" title=\"" + colour + "\"></span>";
+    return text + "</div></figure>\n";
+}
+
+std::string ScreenFigures(const TrackResults& results)
+{
+    if (!results.graphics)
+        return {};
+    std::string text =
+        "<h2>Screens and text lines</h2>\n<p class=\"note\">" + Count(results.screenCount, "screen", "screens") +
+        ". Each goes from where the one before was erased to where it is erased itself, and is shown as it "
+        "was just before that: its text lines framed, those that have faded by then drawn faintly, its sixteen "
+        "colours below. Screens of less than half a second in a row, the steps of a scroll or a wipe, "
+        "share a picture; screens without lines have none."
+        "</p>\n<div class=\"pages\">\n";
+    for (const ScreenRun& run : results.screens)
+        if (!run.picture.empty())
+            text += ScreenFigure(run);
+    text += "</div>\n";
+    if (results.screensCut)
+        text += "<p class=\"note\">Only the first " + std::to_string(kMaxScreenRuns) + " pictures are shown.</p>\n";
+    return text;
+}
+
 std::string Silences(const TrackResults& results)
 {
     if (!results.sound)
@@ -255,8 +298,8 @@ std::string BuildProcessPage(const TrackResults& results)
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
            "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
            Escaped(results.title) + "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n" + Heading(results) +
-           Player(results) + Timeline(results) + PageFigures(results) + Silences(results) + Facts(results) +
-           ContactSheetSection(results) +
+           Player(results) + Timeline(results) + PageFigures(results) + ScreenFigures(results) + Silences(results) +
+           Facts(results) + ContactSheetSection(results) +
            "<footer>Made by nvtool " NVTOOL_VERSION
            "; the same facts for programs are in <a href=\"report.json\">report.json</a>.</footer>\n<script>" +
            kScript + "</script>\n</body>\n</html>\n";

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Pages.h"
+#include "ScreenPictures.h"
 #include "Sound.h"
 #include "StreamInfo.h"
 
@@ -19,6 +20,9 @@ struct TrackResults {
     std::optional<CDGStreamInfo> graphics;
     PageList pages;
     std::vector<std::string> pictures; // one a page
+    size_t screenCount = 0;
+    std::vector<ScreenRun> screens;
+    bool screensCut = false; // there were more
     std::string wav, cdg, sheet;
     std::vector<std::string> remarks;
 

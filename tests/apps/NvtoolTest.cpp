@@ -304,6 +304,26 @@ TEST_F(Nvtool, ProcessLeavesAPageThatStandsOnItsOwn)
     for (const auto& page : report["pages"])
         EXPECT_EQ(Load("results/" + page["picture"].get<std::string>()).width, 900);
 
+    // A frame around each line of each screen, drawn three times as large.
+    ASSERT_GE(report["screens"].size(), 3u);
+    int framed = 0;
+    for (const auto& screen : report["screens"]) {
+        if (screen["lines"].empty()) {
+            EXPECT_TRUE(screen["picture"].is_null());
+            continue;
+        }
+        const Image picture = Load("results/" + screen["picture"].get<std::string>());
+        for (const auto& line : screen["lines"])
+            for (const int y : {line["firstRow"].get<int>() * 3, line["lastRow"].get<int>() * 3 + 2}) {
+                int longest = 0, run = 0;
+                for (int x = 0; x < picture.width; ++x)
+                    longest = std::max(longest, run = picture.At(x, y) == 0x9030FF ? run + 1 : 0);
+                EXPECT_GT(longest, 12) << screen["picture"] << " row " << y;
+                ++framed;
+            }
+    }
+    EXPECT_GT(framed, 8);
+
     const std::string html = folder.Read("results/index.html");
     const std::regex reference("(?:href|src)=\"([^\"]*)\"");
     int references = 0;
