@@ -70,6 +70,13 @@ public:
     /// Fills a rectangle, clipped: with an index (8 bits) or a colour (24 and 32 bits, alpha left as it is).
     void FillRect(const CRect& area, u32 indexOrColour);
 
+    /// Shows `from` with its top-left corner at `to` of a window that is being painted, clipped to both. False when
+    /// there is no picture or the context is none.
+    bool Show(const CDC& context, const CRect& from, CPoint to) const;
+    /// Becomes a 32-bit picture of what a window and the windows in it last painted. False, and no picture, when
+    /// there is no such window or nothing of it is kept.
+    bool CopyWindow(const CWnd& window);
+
 private:
     int width = 0, height = 0, bitCount = 0, pitch = 0;
     std::vector<u8> bits; // rows, then the slack

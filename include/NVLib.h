@@ -14,6 +14,7 @@
 #include "FifoBuffer2.h"
 #include "MP3Info.h"
 #include "MPEGAudio.h"
+#include "DibDrawing.h"
 #include "NVExport.h"
 #include "NVTypes.h"
 #include "SoundFile.h"

@@ -84,3 +84,5 @@ struct tagRECT {
 using RECT = tagRECT;
 using LPRECT = tagRECT*;
 using LPCRECT = const tagRECT*;
+
+#include "winuser.h" // the rest, as with the system's own
