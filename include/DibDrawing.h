@@ -18,7 +18,7 @@ struct DibSpan {
 /// not made anew meanwhile; without a picture nothing is drawn.
 ///
 /// An ink is an index in a picture of 8 bits and a colour (0x00BBGGRR) in one of 24 or 32. The fourth byte of a 32-bit
-/// pixel that is drawn becomes 0.
+/// pixel that is drawn becomes 0; a pattern's is copied.
 class NVLIB_API CDibDrawing {
 public:
     explicit CDibDrawing(CDib& target) : CDibDrawing(target, target.GetRect()) {}
@@ -38,7 +38,7 @@ public:
     /// covers it. Pictures of 24 and 32 bits only.
     void Blend(const CRect& area, COLORREF colour, int alpha);
     /// Lays copies of `brush` side by side, one of them with its top-left corner at `origin`. Nothing when its depth is
-    /// another one or it is the picture itself. An index is copied as it is.
+    /// another one or it is the picture itself. Colour tables do not count.
     void Pattern(const CRect& area, const CDib& brush, CPoint origin);
 
     // Lines, both ends included; the ends may be given in either order
@@ -46,7 +46,7 @@ public:
     void Horizontal(int y, int x1, int x2, u32 ink);
     void Vertical(int x, int y1, int y2, u32 ink);
     /// The pixels nearest to the straight line, one for each step along its longer side; halves go towards `to`'s side.
-    /// Clipping takes pixels away and moves none.
+    /// Clipping takes pixels away and moves none, with ends up to 500,000,000 pixels away.
     void Line(CPoint from, CPoint to, u32 ink);
 
     // Many at once
