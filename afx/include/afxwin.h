@@ -293,6 +293,8 @@ protected:
 
 private:
     friend LRESULT CALLBACK AfxWndProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    LRESULT Receive(UINT message, WPARAM wParam, LPARAM lParam);
+    void Gone();
 };
 
 // ---- Window classes and the message loop ---------------------------------------------------------------------------

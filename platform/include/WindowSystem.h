@@ -22,6 +22,8 @@ public:
     virtual HWND Create(const CREATESTRUCTA& how, WNDPROC procedure) = 0;
     virtual bool Destroy(HWND window) = 0;
     virtual bool IsWindow(HWND window) = 0;
+    /// True while one stands that Create made.
+    virtual bool AnyWindow() = 0;
 
     virtual LRESULT Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam) = 0;
     virtual bool Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam) = 0;

@@ -5,8 +5,10 @@
 #include "CDGAnalyzer.h"
 #include "CDGRenderer.h"
 #include "CDGScanner.h"
+#include "DibDrawing.h"
 #include "StreamInfo.h"
 #include "WaveFile.h"
+#include "Window.h"
 #include "support/PackStream.h"
 #include "support/TempFolder.h"
 
@@ -53,7 +55,51 @@ public:
     }
 };
 
+/// An application's own window.
+class View : public CWnd {
+public:
+    bool gone = false;
+
+protected:
+    void PostNcDestroy() override { gone = true; }
+    void OnPaint()
+    {
+        CPaintDC dc(this);
+        CDib picture;
+        ASSERT_TRUE(picture.Create(20, 10, 32));
+        CDibDrawing(picture).Line(CPoint(0, 0), CPoint(19, 9), RGB(1, 2, 3));
+        EXPECT_TRUE(picture.Show(dc, picture.GetRect(), CPoint(0, 0)));
+    }
+    LRESULT OnUser(WPARAM wParam, LPARAM) { return static_cast<LRESULT>(wParam) + 1; }
+    DECLARE_MESSAGE_MAP()
+};
+
+BEGIN_MESSAGE_MAP(View, CWnd)
+ON_WM_PAINT()
+ON_MESSAGE(WM_USER, &View::OnUser)
+END_MESSAGE_MAP()
+
 } // namespace
+
+TEST(Exports, WindowsAreDerivedHereAndPaintedFromThere)
+{
+    ASSERT_TRUE(NV::ChooseWindows(NV::WindowKind::offScreen));
+    WNDCLASS windowClass{};
+    windowClass.lpfnWndProc = ::DefWindowProc;
+    windowClass.hInstance = AfxGetInstanceHandle();
+    windowClass.lpszClassName = "NVLibExportsTest";
+    ASSERT_TRUE(AfxRegisterClass(&windowClass));
+    View view;
+    ASSERT_TRUE(
+        view.CreateEx(0, windowClass.lpszClassName, "", WS_POPUP | WS_VISIBLE, CRect(0, 0, 20, 10), nullptr, 0));
+    EXPECT_EQ(view.SendMessage(WM_USER, 4), 5);
+    EXPECT_TRUE(NV::HandleWaitingMessages());
+    CDib seen;
+    ASSERT_TRUE(seen.CopyWindow(view));
+    EXPECT_EQ(seen.GetPixelColor(19, 9), RGB(1, 2, 3));
+    EXPECT_TRUE(view.DestroyWindow());
+    EXPECT_TRUE(view.gone);
+}
 
 TEST(Exports, ObjectsAreMadeThereAndDestroyedHere)
 {

@@ -3,6 +3,7 @@
 // applications compare and store them. Coordinates are pixels.
 #pragma once
 
+#include "NVExport.h"
 #include "windows.h"
 
 using UINT_PTR = __UINTPTR_TYPE__;
@@ -214,12 +215,12 @@ using WNDCLASSA = tagWNDCLASSA;
 using WNDCLASS = tagWNDCLASSA;
 
 /// Makes a class known; 0 when its name is taken or empty. Any thread, like the next two.
-ATOM RegisterClass(const WNDCLASS* windowClass);
-/// Forgets it; FALSE when there is none or windows of it stand.
-BOOL UnregisterClass(LPCSTR className, HINSTANCE instance);
-BOOL GetClassInfo(HINSTANCE instance, LPCSTR className, WNDCLASS* windowClass);
+NVLIB_API ATOM RegisterClass(const WNDCLASS* windowClass);
+/// Forgets it; FALSE when there is none. Windows of it that stand keep what they took from it.
+NVLIB_API BOOL UnregisterClass(LPCSTR className, HINSTANCE instance);
+NVLIB_API BOOL GetClassInfo(HINSTANCE instance, LPCSTR className, WNDCLASS* windowClass);
 
-LRESULT DefWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+NVLIB_API LRESULT DefWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 // ---- Pointer shapes ------------------------------------------------------------------------------------------------
 
@@ -237,4 +238,4 @@ inline LPCSTR MakeIntResource(WORD number)
 #define IDC_HAND MakeIntResource(32649)
 
 /// One of the shapes above; null for anything else.
-HCURSOR LoadCursor(HINSTANCE instance, LPCSTR name);
+NVLIB_API HCURSOR LoadCursor(HINSTANCE instance, LPCSTR name);
