@@ -252,7 +252,7 @@ bool WindowTree::TakeKey(const Input& input, MSG& message)
     const auto key = static_cast<std::size_t>(input.what & 0xFF);
     const bool pressed = input.kind == Input::keyDown, before = down[key];
     down[key] = pressed;
-    const HWND target = TopOf(focus) == input.top ? focus : input.top;
+    const HWND target = focus ? focus : input.top; // the screen may be late in taking the keys elsewhere
     if (!Reachable(target))
         return false;
     if (!pressed)

@@ -106,6 +106,7 @@ public:
     }
     void Key(int key, bool down) override
     {
+        AwaitFocus();
         const std::array<std::pair<int, KeySym>, 8> named{{{VK_SHIFT, XK_Shift_L},
                                                            {VK_CONTROL, XK_Control_L},
                                                            {VK_LEFT, XK_Left},
@@ -157,6 +158,22 @@ public:
     }
 
 private:
+    /// The server hears of a new focus over the library's connection, and of keys over this one: no faster than a
+    /// person.
+    void AwaitFocus() const
+    {
+        const CWnd* top = CWnd::GetFocus();
+        while (top && (top->GetStyle() & WS_CHILD))
+            top = top->GetParent();
+        const ::Window wanted = top ? Native(*top) : 0;
+        Until([&] {
+            ::Window focused = 0;
+            int revert = 0;
+            XGetInputFocus(display, &focused, &revert);
+            return !wanted || focused == wanted;
+        });
+    }
+
     /// Titles are unique among the tests' windows.
     ::Window Native(const CWnd& top) const
     {
