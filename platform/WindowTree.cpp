@@ -135,7 +135,7 @@ bool WindowTree::Destroy(HWND window)
     Window* const at = Find(window);
     if (!at || at->dying)
         return false;
-    at->dying = true;
+    MarkDying(window);
     for (const HWND owned : OwnedBy(window))
         Destroy(owned);
     Show(window, SW_HIDE);
@@ -144,17 +144,22 @@ bool WindowTree::Destroy(HWND window)
     return true;
 }
 
+/// From now on nobody gives it keys or the pointer, or makes windows in it.
+void WindowTree::MarkDying(HWND window)
+{
+    Window* const at = Find(window);
+    at->dying = true;
+    for (const HWND child : at->children)
+        MarkDying(child);
+}
+
 /// Outside in, as told by WM_DESTROY.
 void WindowTree::TellDestroyed(HWND window)
 {
     Send(window, WM_DESTROY, 0, 0);
     const Window* const at = Find(window);
-    for (const HWND child : at ? at->children : std::vector<HWND>()) {
-        if (Window* const inner = Find(child)) {
-            inner->dying = true;
-            TellDestroyed(child);
-        }
-    }
+    for (const HWND child : at ? at->children : std::vector<HWND>())
+        TellDestroyed(child);
 }
 
 /// Inside out, as told by WM_NCDESTROY.
@@ -244,6 +249,8 @@ bool WindowTree::Enable(HWND window, bool enable)
     at->style = enable ? at->style & ~static_cast<DWORD>(WS_DISABLED) : at->style | WS_DISABLED;
     if (!enable && Within(capture, window))
         SetCapture(nullptr);
+    if (!enable && Within(focus, window))
+        SetFocus(nullptr);
     Send(window, WM_ENABLE, enable, 0);
     return wasDisabled;
 }
@@ -347,7 +354,8 @@ void WindowTree::SetTitle(HWND window, const char* title)
 HWND WindowTree::SetCapture(HWND window)
 {
     const HWND before = capture;
-    if (window && !Find(window))
+    const Window* const at = Find(window);
+    if (window && (!at || at->dying))
         return before;
     capture = window;
     if (before && before != window)
@@ -358,7 +366,7 @@ HWND WindowTree::SetCapture(HWND window)
 HWND WindowTree::SetFocus(HWND window)
 {
     const HWND before = focus;
-    if (window && !Reachable(window))
+    if (window && (!Reachable(window) || Find(window)->dying))
         return nullptr;
     if (before == window)
         return before;

@@ -131,7 +131,7 @@ private:
         HBRUSH background = nullptr;
         WNDPROC procedure = nullptr;
         bool dying = false;
-        RECT invalid{}; // what is out of date; empty when nothing is
+        std::vector<RECT> invalid; // what is out of date; they do not overlap
         bool erase = false;
         // Of windows at the top only
         Surface surface;
@@ -157,6 +157,7 @@ private:
     bool Within(HWND window, HWND outer); // it is or lies in the other
     std::vector<HWND> OwnedBy(HWND window);
 
+    void MarkDying(HWND window);
     void TellDestroyed(HWND window);
     void Erase(HWND window);
     void LetGo(HWND window); // the keys and the pointer, of a window that goes or is hidden
@@ -177,7 +178,8 @@ private:
     UINT ButtonMessage(const Input& input, HWND window);
     int Flags() const;
 
-    std::vector<RECT> VisibleParts(HWND window, const RECT& area);
+    void SubtractChildren(std::vector<RECT>& parts, const Window& at, POINT origin);
+    std::vector<RECT> VisibleParts(HWND window, const std::vector<RECT>& area);
     void InvalidateAll(HWND window, const RECT& area); // and what lies in it
     HWND Outdated(HWND window);
     bool EraseBackground(HWND window, HDC context);

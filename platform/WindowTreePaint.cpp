@@ -1,7 +1,8 @@
 // What is out of date in windows, and the pixels that make it new. See WindowTree.h.
 //
-// A window remembers one rectangle that is out of date. A window that is being painted is clipped to it, and to what
-// neither its children nor its neighbours above it cover: so no window paints over another one, whatever its style.
+// Each window remembers what of it is out of date, as rectangles that do not overlap. A window that is being painted is
+// clipped to them, and to what neither its children nor its neighbours above it cover: so no window paints over another
+// one, whatever its style.
 #include "RectTools.h"
 #include "WindowTree.h"
 
@@ -29,6 +30,16 @@ void Subtract(std::vector<RECT>& area, const RECT& hole)
                      [](const RECT& part) { return !Empty(part); });
     }
     area = std::move(left);
+}
+
+constexpr std::size_t mostParts = 32; // of a window that is out of date; when there are more, all between them is too
+
+RECT AroundAll(const std::vector<RECT>& parts)
+{
+    RECT around{};
+    for (const RECT& part : parts)
+        around = Around(around, part);
+    return around;
 }
 
 /// One stored row, from `at` on, as 0x00RRGGBB.
@@ -83,10 +94,15 @@ void WindowTree::Invalidate(HWND window, const RECT* area, bool erase)
         return;
     const RECT client = ClientRect(window);
     const RECT part = area ? Common(*area, client) : client;
-    if (Empty(part))
-        return;
-    at->invalid = Around(at->invalid, part);
-    at->erase = at->erase || erase;
+    std::vector<RECT> added(Empty(part) ? 0 : 1, part);
+    SubtractChildren(added, *at, {0, 0}); // these parts are theirs
+    for (const RECT& each : added) {
+        Subtract(at->invalid, each);
+        at->invalid.push_back(each);
+        at->erase = at->erase || erase;
+    }
+    if (at->invalid.size() > mostParts)
+        at->invalid = {AroundAll(at->invalid)};
 }
 
 void WindowTree::InvalidateAll(HWND window, const RECT& area)
@@ -107,7 +123,7 @@ HWND WindowTree::Outdated(HWND window)
     const Window* const at = Find(window);
     if (!at || !(at->style & WS_VISIBLE))
         return nullptr;
-    if (!Empty(Common(at->invalid, ClientRect(window))))
+    if (!Empty(Common(AroundAll(at->invalid), ClientRect(window))))
         return window;
     for (const HWND child : at->children) {
         if (const HWND found = Outdated(child))
@@ -129,7 +145,7 @@ void WindowTree::Update(HWND window)
 {
     if (!Shown(window))
         return;
-    if (!Empty(Common(Find(window)->invalid, ClientRect(window))))
+    if (Outdated(window) == window)
         Send(window, WM_PAINT, 0, 0);
     const Window* const at = Find(window);
     for (const HWND child : at ? at->children : std::vector<HWND>())
@@ -139,25 +155,32 @@ void WindowTree::Update(HWND window)
 // ---- Painting
 // ----------------------------------------------------------------------------------------------------------
 
-/// What can be seen of `area`, in the coordinates of the window at the top.
-std::vector<RECT> WindowTree::VisibleParts(HWND window, const RECT& area)
+void WindowTree::SubtractChildren(std::vector<RECT>& parts, const Window& at, POINT origin)
+{
+    for (const HWND child : at.children) {
+        const Window* const inner = Find(child);
+        if (inner->style & WS_VISIBLE)
+            Subtract(parts, Moved(inner->place, origin));
+    }
+}
+
+/// What can be seen of parts of a window, in the coordinates of the window at the top.
+std::vector<RECT> WindowTree::VisibleParts(HWND window, const std::vector<RECT>& area)
 {
     POINT origin = OriginInTop(window);
-    std::vector<RECT> parts{Moved(Common(area, ClientRect(window)), origin)};
-    const auto cover = [&](HWND other, POINT by) {
-        const Window* const above = Find(other);
-        if (above->style & WS_VISIBLE)
-            Subtract(parts, Moved(above->place, by));
-    };
-    for (const HWND child : Find(window)->children)
-        cover(child, origin);
+    std::vector<RECT> parts;
+    for (const RECT& part : area)
+        parts.push_back(Moved(Common(part, ClientRect(window)), origin));
+    SubtractChildren(parts, *Find(window), origin);
     for (const Window* at = Find(window); at->parent; at = Find(at->parent)) {
         origin = {origin.x - at->place.left, origin.y - at->place.top}; // of the parent
         const Window* const parent = Find(at->parent);
         for (const HWND neighbour : parent->children) {
-            if (Find(neighbour) == at)
+            const Window* const above = Find(neighbour);
+            if (above == at)
                 break; // those behind it in the list lie below it
-            cover(neighbour, origin);
+            if (above->style & WS_VISIBLE)
+                Subtract(parts, Moved(above->place, origin));
         }
         for (RECT& part : parts)
             part = Common(part, Moved(ClientRect(at->parent), origin));
@@ -172,20 +195,19 @@ HDC WindowTree::BeginPaint(HWND window, PAINTSTRUCT& paint)
     Window* at = Find(window);
     if (!at)
         return nullptr;
-    const RECT outdated = Common(at->invalid, ClientRect(window));
     const bool erase = at->erase;
-    at->invalid = {};
+    const std::vector<RECT> parts = Shown(window) ? VisibleParts(window, at->invalid) : std::vector<RECT>();
+    at->invalid.clear();
     at->erase = false;
     const HWND top = TopOf(window);
-    const bool shown = Shown(window) && !Empty(outdated);
     Window& shownIn = *Find(top);
     Fit(shownIn.surface, Width(shownIn.place), Height(shownIn.place));
+    const POINT origin = OriginInTop(window);
     const HDC context = reinterpret_cast<HDC>(++lastContext);
-    paintings[context] = {window, top, OriginInTop(window),
-                          shown ? VisibleParts(window, outdated) : std::vector<RECT>()};
+    paintings[context] = {window, top, origin, parts};
     paint.hdc = context;
-    paint.rcPaint = shown ? outdated : RECT{};
-    paint.fErase = erase && shown && !Send(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(context), 0);
+    paint.rcPaint = parts.empty() ? RECT{} : Moved(AroundAll(parts), {-origin.x, -origin.y});
+    paint.fErase = erase && !parts.empty() && !Send(window, WM_ERASEBKGND, reinterpret_cast<WPARAM>(context), 0);
     return context;
 }
 
@@ -198,11 +220,11 @@ void WindowTree::EndPaint(HWND window, const PAINTSTRUCT& paint)
     paintings.erase(found);
     const Window* const top = Find(painting.top);
     const RECT all{0, 0, top ? top->surface.width : 0, top ? top->surface.height : 0};
-    RECT changed{};
-    for (const RECT& part : painting.clip)
-        changed = Around(changed, Common(part, all));
-    if (!Empty(changed))
-        screen->Present(painting.top, top->surface, changed);
+    for (const RECT& part : painting.clip) {
+        const RECT changed = Common(part, all);
+        if (!Empty(changed))
+            screen->Present(painting.top, top->surface, changed);
+    }
 }
 
 bool WindowTree::EraseBackground(HWND window, HDC context)
