@@ -4,9 +4,9 @@
 
 #include "NVTypes.h"
 
+#include <afxwin.h>
 #include <algorithm>
 #include <cstring>
-#include <windows.h>
 
 namespace NV {
 

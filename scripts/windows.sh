@@ -130,8 +130,20 @@ fresh_folder() {
   chmod 777 "$1"
 }
 
+# A screen for the windows of the tests, for as long as this script runs. Its socket is an abstract one, which is also
+# reached from where Wine is.
+start_screen() {
+  local number
+  exec {screen}< <(exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -ac 2>/dev/null)
+  # shellcheck disable=SC2064 # this process, whatever is started later
+  trap "kill $!" EXIT
+  read -r -t 20 number <&"$screen" || die "Xvfb does not start"
+  export DISPLAY=:$number
+}
+
 step_test() {
   step "Tests under 32-bit Wine"
+  start_screen
   "$root/scripts/wine.sh" --prepare
   (cd "$root" && ctest --preset windows --no-tests=error --quiet --output-log "$out/host-tests.log") || {
     cat "$out/host-tests.log" >&2

@@ -7,7 +7,8 @@
 # A machine that has a working 32-bit Wine uses that one. Elsewhere a small 32-bit Debian is unpacked once into
 # ~/.cache/nvlib (about 900 MB) and entered with namespaces of its own: everything mounted or started there is gone when
 # the command ends, however it ends. That needs root or sudo. Root itself runs the command as nobody, since Wine keeps
-# write protection as permissions, which root ignores. NVLIB_TEST_DATA names a folder that is to be seen there too.
+# write protection as permissions, which root ignores. NVLIB_TEST_DATA names a folder that is to be seen there too; DISPLAY
+# an X server that lets everybody in, without which programs have no desktop.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 usage_if_asked "$@"
 (($#)) || die "no command (see --help)"
@@ -37,7 +38,7 @@ user=$(id -u):$(id -g)
 if ((EUID == 0)); then
   user=$(id -u nobody):$(id -g nobody)
 else
-  as_root=(sudo env "WINEPREFIX=$WINEPREFIX" "WINEDEBUG=$WINEDEBUG")
+  as_root=(sudo env "WINEPREFIX=$WINEPREFIX" "WINEDEBUG=$WINEDEBUG" "DISPLAY=${DISPLAY:-}")
 fi
 
 # The archive that this machine installs from, with its release, and the way there.
@@ -86,7 +87,7 @@ enter() (
       shift
     done
     exec chroot --userspec="$user" "$debian" /usr/bin/env -i PATH=/usr/bin:/bin LANG=C.UTF-8 HOME="$WINEPREFIX" \
-      USER=nvlib WINEPREFIX="$WINEPREFIX" WINEDEBUG="$WINEDEBUG" NVLIB_SMALL_DISKS=/mnt \
+      USER=nvlib WINEPREFIX="$WINEPREFIX" WINEDEBUG="$WINEDEBUG" DISPLAY="${DISPLAY:-}" NVLIB_SMALL_DISKS=/mnt \
       /bin/bash "$session" "$folder" "$@"
   ' bash "$debian" "$user" "$root/scripts/wine-session.sh" "$PWD" "${#shared[@]}" "${shared[@]}" "$@"
 )
