@@ -1,6 +1,7 @@
 // CSoundFile: opening, format, time, display data, writing from floating-point values.
 #include "SoundFile.h"
 
+#include "PeakTask.h"
 #include "Rounding.h"
 #include "SampleExtremes.h"
 
@@ -26,11 +27,14 @@ bool CSoundFile::Open(const char* newName, int mode)
     CString detail;
     detail.Format("mode 0x%X", static_cast<unsigned>(mode));
     Log("open", name, detail);
+    if (peakFileOption != PeakFileOption::none)
+        OpenPeakFile();
     return true;
 }
 
 bool CSoundFile::Close()
 {
+    peakTask.reset();
     if (!name.IsEmpty())
         Log("close", name);
     name.Empty();
@@ -173,6 +177,8 @@ int CSoundFile::GetData(i64 start, void* minima, void* maxima, int count, int de
         return 0;
     if (density == 1)
         return Read(minima, count);
+    if (const int points = GetPeakData(start, minima, maxima, count, density); points >= 0)
+        return points;
 
     // Pieces of whole points where they are small, of a part of one where they are not.
     constexpr int pieceBytes = 256 << 10;

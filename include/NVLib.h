@@ -17,6 +17,8 @@
 #include "MPEGAudio.h"
 #include "NVExport.h"
 #include "NVTypes.h"
+#include "PeakFile.h"
+#include "ProgressDialog.h"
 #include "SoundFile.h"
 #include "StreamInfo.h"
 #include "WaveFile.h"

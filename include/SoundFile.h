@@ -6,6 +6,7 @@
 //
 //   SoundFile.cpp       opening, format, time, display data, writing from floating-point values
 //   SilenceScan.cpp     the silence scan, first and last sound
+//   SoundFilePeaks.cpp  the peak file
 //   SoundFileLog.cpp    the log
 #pragma once
 
@@ -13,12 +14,20 @@
 #include "NVTypes.h"
 
 #include <afx.h>
+#include <memory>
 #include <mmsystem.h>
 #include <span>
 #include <utility>
 #include <vector>
 
 class CCriticalSection;
+class CPeakFile;
+namespace NV {
+class PeakTask;
+}
+
+/// Whether and where a sound file has a peak file made as soon as it is open.
+enum class PeakFileOption { none, inMemory, onDisk };
 
 class NVLIB_API CSoundFile : public CObject {
     DECLARE_DYNCREATE(CSoundFile)
@@ -33,6 +42,9 @@ public:
     static CString c_szLogFileName;
     /// Held while a line is written. The application may put a lock of its own here; null: lines are not guarded.
     static CCriticalSection* c_pLogCritSec;
+
+    /// With false, peak files are not made; `OpenPeakFile` then only opens one that is on disk already.
+    static bool c_bCreatePeakFiles;
 
     /// The default format (see `SetDefaultFormat`), not valid yet; no file.
     CSoundFile();
@@ -89,10 +101,32 @@ public:
     /// and 32767. Does nothing for other sample sizes.
     void GetMaxMinSample(const void* samples, int frames, void* maxima, void* minima) const;
     /// One point for every `density` frames from frame `start` on, `count` points at most. With density 1 the frames
-    /// themselves go to `minima`, in the file's format; otherwise both buffers get a 16-bit value a channel and point.
-    /// Returns the points that were filled; a last point that the file fills only partly does not count. 0 for a
-    /// density below 1, and for 16-bit formats whose frames are not packed. Moves the position.
+    /// themselves go to `minima`, in the file's format. Above twice the sector size of the peak file, when there is one
+    /// and it covers the whole file, the points are those of `CPeakFile::GetPoints`. Otherwise both buffers get a
+    /// 16-bit value a channel and point, computed from the frames. Returns the points that were filled; a last point
+    /// that the file fills only partly does not count. 0 for a density below 1, and for 16-bit formats whose frames are
+    /// not packed. May move the position.
     int GetData(i64 start, void* minima, void* maxima, int count, int density);
+
+    // ---- The peak file, made meanwhile by a task on another thread ----
+
+    /// Has `Open` start `OpenPeakFile`; it also says where the peak file lies (`none`: in memory).
+    void SetPeakFileOption(PeakFileOption option) { peakFileOption = option; }
+    PeakFileOption GetPeakFileOption() const { return peakFileOption; }
+    /// Begins to make the peak file, or to open one on disk that is not older than the audio, and returns. The task
+    /// reads through an object of its own, of the same class and name, so the file has to be open in a way that shares
+    /// it
+    /// (`CFile::shareDenyNone` or `shareDenyWrite`). False when there is no such object; there is no peak file then.
+    /// Ends an earlier task; its peak file is gone. Frames that are written afterwards are the caller's to tell to
+    /// `GetPeakFile()`.
+    bool OpenPeakFile();
+    /// Stops the task, if one is running, and waits for its end. A peak file that is whole stays. `Close`, the
+    /// destructor and `OpenPeakFile` do the same before they drop the peak file.
+    void TerminatePeakfileThread();
+    /// Waits for the task. True when there is a peak file.
+    bool WaitForPeakFile();
+    /// The peak file, owned by this object, which is its source; null while it is being made, or when that failed.
+    CPeakFile* GetPeakFile();
 
     // ---- Silence ----
 
@@ -128,6 +162,9 @@ protected:
 
 private:
     bool CanScan() const;
+    int GetPeakData(i64 start, void* minima, void* maxima, int count, int density);
 
     CString name;
+    PeakFileOption peakFileOption = PeakFileOption::none;
+    std::unique_ptr<NV::PeakTask> peakTask;
 };
