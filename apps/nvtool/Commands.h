@@ -46,6 +46,8 @@ void AddFrame(CLI::App& app);
 void AddSheet(CLI::App& app);
 void AddSilence(CLI::App& app);
 void AddTag(CLI::App& app);
+void AddPeaks(CLI::App& app);
+void AddLevels(CLI::App& app);
 void AddMakeSample(CLI::App& app);
 void AddProcess(CLI::App& app);
 void AddScan(CLI::App& app);

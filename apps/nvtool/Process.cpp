@@ -23,6 +23,7 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr int kPageScale = 3;
+constexpr int kPicturePoints = 1000; // columns of the picture of the sound
 
 struct Options {
     std::string track, folder;
@@ -70,6 +71,7 @@ void ReportSound(const Options& options, const fs::path& made, TrackResults& res
         return;
     const auto sound = OpenSound(made.empty() ? fs::path(options.track) : made);
     results.sound = ScanSound(*sound, options.silence);
+    results.levels = MeasureLevels(*sound, kPicturePoints);
 }
 
 // Scans the track for screens and draws them.

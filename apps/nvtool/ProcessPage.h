@@ -1,6 +1,7 @@
 // The page that 'nvtool process' leaves for a person: one HTML file that refers to nothing but the files beside it.
 #pragma once
 
+#include "Levels.h"
 #include "Pages.h"
 #include "ScreenPictures.h"
 #include "Sound.h"
@@ -17,6 +18,7 @@ struct TrackResults {
     std::string title; // the track's file name
     StreamIdentity identity;
     std::optional<SoundReport> sound;
+    Levels levels; // of the sound
     std::optional<CDGStreamInfo> graphics;
     PageList pages;
     std::vector<std::string> pictures; // one a page

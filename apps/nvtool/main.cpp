@@ -60,6 +60,8 @@ int main(int argc, char** argv)
     AddFind(app);
     AddSilence(app);
     AddTag(app);
+    AddPeaks(app);
+    AddLevels(app);
     AddSplit(app);
     AddJoin(app);
     AddMakeSample(app);

@@ -50,8 +50,9 @@ TEST_F(Nvtool, HelpIsThereForEveryCommand)
     EXPECT_EQ(Output().substr(0, 7), "nvtool ");
     ASSERT_EQ(Run("--help"), 0);
     const std::string all = Output();
-    for (const char* command : {"process", "info", "scan", "frame", "sheet", "palette", "clean", "thumbprint",
-                                "compare", "find", "silence", "split", "join", "tag", "make-sample"}) {
+    for (const char* command :
+         {"process", "info", "scan", "frame", "sheet", "palette", "clean", "thumbprint", "compare", "find", "silence",
+          "peaks", "levels", "split", "join", "tag", "make-sample"}) {
         EXPECT_NE(all.find(command), std::string::npos) << command;
         EXPECT_EQ(Run(std::string(command) + " --help"), 0);
         EXPECT_NE(Output().find("Example"), std::string::npos) << command;
@@ -336,6 +337,9 @@ TEST_F(Nvtool, ProcessLeavesAPageThatStandsOnItsOwn)
     }
     EXPECT_GT(references, 8);
     EXPECT_EQ(html.find("http"), std::string::npos);
+    const size_t wave = html.find("<svg class=\"wave\""), waveEnd = html.find("</svg>", wave);
+    ASSERT_NE(wave, std::string::npos);
+    EXPECT_GT(waveEnd - wave, 2u * 1000 * 10); // a thousand columns of two channels
 
     // A second run, on a track without pages, replaces and removes what was its own, and nothing else.
     const Bytes blank = PackStream().Preset(0).Colours(false, {0x000, 0xFFF}).Empty(400).bytes;
@@ -376,5 +380,46 @@ TEST_F(Nvtool, FullDisksAreToldAndLeaveNothingHalfWritten)
         EXPECT_EQ(Run(command), 1);
         EXPECT_EQ(Errors().rfind("nvtool: ", 0), 0u) << Errors();
         EXPECT_EQ(Everything(there), before);
+    }
+}
+
+TEST_F(Nvtool, PeaksAreMadeOnceAndLevelsAreThoseOfTheSamples)
+{
+    ASSERT_EQ(Run("peaks made.wav --json"), 0) << Errors();
+    EXPECT_EQ(Json()["fresh"], false);
+    EXPECT_EQ(Json()["sectorSize"], 100);
+    EXPECT_EQ(Json()["sectors"], 20 * 441);
+    const std::string file = folder.Read("made.fpr");
+    EXPECT_EQ(file.size(), 8u + 16 * 20 * 441);
+    ASSERT_EQ(Run("peaks made.wav --sector 7 --json"), 0) << Errors();
+    EXPECT_EQ(Json()["fresh"], true);
+    EXPECT_EQ(Json()["sectorSize"], 100);
+    folder.Write("made.fpr", "rubbish");
+    ASSERT_EQ(Run("peaks made.wav"), 0) << Errors();
+    EXPECT_NE(Output().find("made.fpr: made"), std::string::npos);
+    EXPECT_EQ(folder.Read("made.fpr"), file);
+    ASSERT_EQ(Run("peaks track.bin"), 0) << Errors();
+    EXPECT_EQ(folder.Read("track.fpr"), file); // the same sound
+
+    const std::string wave = folder.Read("made.wav");
+    const auto sample = [&](size_t frame, size_t channel) {
+        const size_t at = 44 + 4 * frame + 2 * channel;
+        return static_cast<i16>(static_cast<u8>(wave[at]) | static_cast<u8>(wave[at + 1]) << 8);
+    };
+    for (const size_t points : {20u, 4410u, 882000u}) { // from the peaks, from frames, the frames themselves
+        ASSERT_EQ(Run("levels track.bin --json --points " + std::to_string(points)), 0) << Errors();
+        const nlohmann::json levels = Json();
+        const size_t frames = levels["framesPerPoint"];
+        ASSERT_EQ(frames, 882000 / points);
+        ASSERT_EQ(levels["points"], points);
+        for (size_t point = 0; point < points; point += 1 + points / 50) {
+            int min = 32767, max = -32768;
+            for (size_t k = 0; k < frames; ++k) {
+                min = std::min<int>(min, sample(point * frames + k, 1));
+                max = std::max<int>(max, sample(point * frames + k, 1));
+            }
+            ASSERT_EQ(levels["channels"][1]["minima"][point], min) << points << ", " << point;
+            ASSERT_EQ(levels["channels"][1]["maxima"][point], max) << points << ", " << point;
+        }
     }
 }

@@ -65,6 +65,19 @@ TEST(PeakFile, HasTheBytesOfThePlainRule)
     }
 }
 
+/// The file that docs/formats.md shows.
+TEST(PeakFile, HasTheBytesOfTheFormatsPage)
+{
+    ByteSound sound({16, 1}, Bytes(200));
+    sound.audio[0] = 5;
+    sound.audio[14] = 0xFD;
+    sound.audio[15] = 0xFF;
+    const Bytes page = {8, 0, 1, 0, 16, 1, 100, 0, 0, 0, 5, 0, 7, 0, 0xFD, 0xFF};
+    CPeakFile peaks;
+    ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, never), 1);
+    EXPECT_EQ(BytesOf(peaks), page);
+}
+
 TEST(PeakFile, IsTheSameWithTwoLanes)
 {
     const TempFolder folder;
