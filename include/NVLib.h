@@ -22,3 +22,4 @@
 #include "SoundFile.h"
 #include "StreamInfo.h"
 #include "WaveFile.h"
+#include "WaveOut.h"

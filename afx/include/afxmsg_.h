@@ -12,7 +12,7 @@
 struct AFX_MSGMAP_ENTRY {
     UINT nMessage;
     /// Takes the message apart and calls the member. FALSE: the message is handed on.
-    BOOL (*pfnCall)(CWnd* window, WPARAM wParam, LPARAM lParam, LRESULT& result);
+    BOOL (*pfnCall)(CObject* target, WPARAM wParam, LPARAM lParam, LRESULT& result);
 };
 
 /// The messages of one class; a null pfnCall ends them.
@@ -146,17 +146,17 @@ struct Timer {
 };
 
 template <class Kind, class T, auto member>
-BOOL Call(CWnd* window, WPARAM wParam, LPARAM lParam, LRESULT& result)
+BOOL Call(CObject* target, WPARAM wParam, LPARAM lParam, LRESULT& result)
 {
-    result = Kind::Call(*static_cast<T*>(window), member, wParam, lParam);
+    result = Kind::Call(*static_cast<T*>(target), member, wParam, lParam);
     return TRUE;
 }
 /// Of the wheel: what the member does not want goes on to the parent, by way of DefWindowProc.
 template <class T, auto member>
-BOOL CallWheel(CWnd* window, WPARAM wParam, LPARAM lParam, LRESULT& result)
+BOOL CallWheel(CObject* target, WPARAM wParam, LPARAM lParam, LRESULT& result)
 {
     const auto bits = static_cast<DWORD>(wParam);
-    result = (static_cast<T*>(window)->*member)(LOWORD(bits), static_cast<short>(HIWORD(bits)), PointOf(lParam));
+    result = (static_cast<T*>(target)->*member)(LOWORD(bits), static_cast<short>(HIWORD(bits)), PointOf(lParam));
     return result != 0;
 }
 

@@ -311,3 +311,4 @@ NVLIB_API BOOL AfxPumpMessage();
 NVLIB_API void AfxPostQuitMessage(int exitCode);
 
 #include <afxmsg_.h>
+#include <afxthrd_.h>

@@ -86,3 +86,4 @@ using LPRECT = tagRECT*;
 using LPCRECT = const tagRECT*;
 
 #include "winuser.h" // the rest, as with the system's own
+#include "winbase.h"
