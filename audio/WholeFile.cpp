@@ -32,6 +32,19 @@ bool WholeFile::Create(const char* path)
     return false;
 }
 
+bool WholeFile::OpenInPlace(const char* path, UINT mode)
+{
+    Abandon();
+    direct = true;
+    target = path;
+    return claim.Open(path, mode) != FALSE;
+}
+
+bool WholeFile::CloseBytes()
+{
+    return Succeeds([&] { Bytes().Close(); });
+}
+
 bool WholeFile::Commit()
 {
     bool whole = Succeeds([&] {

@@ -21,11 +21,17 @@ public:
     /// Claims the name and opens the file for reading and writing. False when it cannot be had; nothing has changed
     /// then.
     bool Create(const char* path);
+    /// For who wants the file under its own name at once: opens it with CFile's flags. It stays whatever happens.
+    bool OpenInPlace(const char* path, UINT mode);
     /// Where to write. Its file calls throw.
     CFile& Bytes() { return direct ? claim : temporary; }
     /// What stands under the name until `Commit`, for reading; an empty file where there was none. A device has no
     /// before: it is what `Bytes` gives.
     CFile& Before() { return claim; }
+    /// Closes the file, for who works on it by its present name before it is put in its place. False when the system
+    /// tells of a loss.
+    bool CloseBytes();
+    const std::string& BytesPath() const { return direct ? target : temporaryPath; }
     /// Puts the file in its place. False when that fails; all is as it was before then.
     bool Commit();
     /// After `Commit`, and before anything else uses the file: removes it again if there was none of its name.
@@ -38,7 +44,7 @@ private:
     std::string temporaryPath; // empty: none made, or in its place already
     CFile claim;
     CFile temporary;
-    bool direct = false; // a device: written to as it is
+    bool direct = false; // written to as it is: a device, or wanted so
     bool isNew = false;  // there was no file of the name
 };
 
