@@ -22,6 +22,7 @@
 #include "PeakFile.h"
 #include "ProgressDialog.h"
 #include "SoundFile.h"
+#include "SoundFilePlayer.h"
 #include "StreamInfo.h"
 #include "WaveFile.h"
 #include "WaveOut.h"
