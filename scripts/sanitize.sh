@@ -25,7 +25,7 @@ for preset in "$@"; do
   targets=()
   choice=()
   if [[ $preset == tsan ]]; then
-    targets=(platform_tests afx_tests audio_tests cdg_tests)
+    targets=(platform_tests afx_tests audio_tests tool_runner_tests cdg_tests)
     choice=(-E 'NOT_BUILT|fuzz_corpus|exports|RandomStream')
   fi
   build "$preset" "${targets[@]}"

@@ -8,10 +8,10 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 usage_if_asked "$@"
 
 base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libstb-dev zlib1g-dev
-  bmagic libx11-dev libxtst-dev xvfb libasound2-dev libmp3lame-dev)
+  bmagic libx11-dev libxtst-dev xvfb libasound2-dev libmp3lame-dev ffmpeg)
 lint=(clang clang-tidy clang-format shellcheck)
 fuzz=(clang libclang-rt-14-dev)
-bench=(ffmpeg python3 pkg-config libavcodec-dev libavutil-dev)
+bench=(python3 pkg-config libavcodec-dev libavutil-dev)
 windows=(g++-mingw-w64-i686-posix debootstrap dpkg-dev)
 
 wanted=("${base[@]}")

@@ -22,7 +22,7 @@ symbols() {
 # not ours, and no application finds it by name; nor are the names that a sanitiser adds.
 names() {
   symbols | "$cxxfilt" --no-params | sed -E \
-    -e '/^__|^(.* (for|to) )?(std|__gnu_cxx)::/d' -e 's/\[abi:[a-z0-9]+\]//' \
+    -e '/^__|^(.* (for|to) )?(std|__gnu_cxx)::/d' -e 's/\[abi:[a-z0-9]+\]//; t fresh' -e ':fresh' \
     -e 's/^(vtable|typeinfo|typeinfo name|VTT) for ([^*]*)\**$/\2/; t' -e 's/^(.*)::[^:]+$/\1/' | LC_ALL=C sort -u
 }
 
