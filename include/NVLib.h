@@ -16,6 +16,7 @@
 #include "FFMpegRunner.h"
 #include "FifoBuffer2.h"
 #include "LameConfig.h"
+#include "FrameScaler.h"
 #include "MP3Info.h"
 #include "MP3OutFile.h"
 #include "MPEGAudio.h"
