@@ -8,11 +8,12 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 usage_if_asked "$@"
 
 base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libstb-dev zlib1g-dev
-  bmagic libx11-dev libxtst-dev xvfb libasound2-dev libmp3lame-dev ffmpeg)
+  bmagic libx11-dev libxtst-dev xvfb libasound2-dev libmp3lame-dev ffmpeg pkg-config libcurl4-openssl-dev libcdio-dev
+  libarchive-dev libssl-dev)
 lint=(clang clang-tidy clang-format shellcheck)
 fuzz=(clang libclang-rt-14-dev)
-bench=(python3 pkg-config libavcodec-dev libavutil-dev)
-windows=(g++-mingw-w64-i686-posix debootstrap dpkg-dev)
+bench=(python3 libavcodec-dev libavutil-dev)
+windows=(g++-mingw-w64-i686-posix libz-mingw-w64-dev debootstrap dpkg-dev)
 
 wanted=("${base[@]}")
 for group in "$@"; do

@@ -6,7 +6,7 @@
 #
 # bench runs the benchmarks natively and under Wine; big splits an image of more than 2 GiB with both products and needs
 # 8 GB of disk. The first run installs the compiler and builds what Debian does not ship for this target (GoogleTest, Google
-# Benchmark) from Debian's own sources into ~/.cache/nvlib; later runs find it there.
+# Benchmark, libcurl, libarchive) from Debian's own sources into ~/.cache/nvlib; later runs find it there.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 usage_if_asked "$@"
 
@@ -22,7 +22,7 @@ system_dlls='KERNEL32|USER32|GDI32|ADVAPI32|SHELL32|WINMM|WS2_32|CRYPT32|SECUR32
 # ---- Third-party parts ------------------------------------------------------------------------------------------------
 
 header_packages=(libcli11-dev nlohmann-json3-dev libstb-dev bmagic)
-prefix_packages=("${header_packages[@]}" libgtest-dev libgmock-dev g++-mingw-w64-i686-posix)
+prefix_packages=("${header_packages[@]}" libgtest-dev libgmock-dev g++-mingw-w64-i686-posix libz-mingw-w64-dev)
 
 # cross_build SOURCE NAME [CMAKE OPTION...]: into the prefix that is being made.
 cross_build() {
@@ -39,6 +39,38 @@ cross_build() {
   rm -rf "$cache/build-$name"
 }
 
+# debian_source PACKAGE: unpacks Debian's own source of it and prints where. Reads the archive that this machine installs
+# from, with lists of its own, so that the machine's are left alone.
+debian_source() {
+  local folder=$cache/sources where options
+  # shellcheck disable=SC2016 # apt's own variables
+  where=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
+    awk '$3 == "main" && $2 !~ /-/ { print "deb-src", $1, $2, $3; exit }')
+  mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
+  printf '%s\n' "$where" >"$folder/sources.list"
+  options=(-qq -o "Dir::Etc::SourceList=$folder/sources.list" -o Dir::Etc::SourceParts=/dev/null
+    -o "Dir::State::Lists=$folder/lists" -o "Dir::Cache=$folder/cache")
+  (cd "$folder" && rm -rf "$1"-* && apt-get "${options[@]}" update && apt-get "${options[@]}" source "$1") \
+    >"$folder/$1.log" 2>&1 || {
+    tail -n 20 "$folder/$1.log" >&2
+    die "Debian's source of $1 could not be had"
+  }
+  find "$folder" -mindepth 1 -maxdepth 1 -type d -name "$1-*"
+}
+
+# What the CDDB client needs: HTTPS with Windows' own certificates and cryptography, and archives with the filters of
+# 7-Zip and ZIP. Everything else that these libraries could bring is left out.
+build_network_and_archives() {
+  cross_build "$(debian_source xz-utils)" xz -DBUILD_SHARED_LIBS=OFF -DENABLE_NLS=OFF
+  cross_build "$(debian_source libarchive)" libarchive -DBUILD_SHARED_LIBS=OFF -DENABLE_TEST=OFF -DENABLE_TAR=OFF \
+    -DENABLE_CPIO=OFF -DENABLE_CAT=OFF -DENABLE_OPENSSL=OFF -DENABLE_BZip2=OFF -DENABLE_ZSTD=OFF -DENABLE_LZ4=OFF \
+    -DENABLE_LIBXML2=OFF -DENABLE_EXPAT=OFF -DENABLE_LIBB2=OFF -DENABLE_ICONV=OFF -DENABLE_PCREPOSIX=OFF -DENABLE_WERROR=OFF \
+    -DENABLE_CNG=OFF -DZLIB_LIBRARY=/usr/i686-w64-mingw32/lib/libz.a -DZLIB_WINAPI=OFF -DZLIB_DLL=OFF
+  cross_build "$(debian_source curl)" curl -DBUILD_SHARED_LIBS=OFF -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DHTTP_ONLY=ON \
+    -DCURL_USE_SCHANNEL=ON -DCURL_USE_OPENSSL=OFF -DCURL_USE_LIBSSH2=OFF -DCURL_USE_LIBPSL=OFF -DUSE_LIBIDN2=OFF \
+    -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF -DCURL_ZSTD=OFF -DUSE_NGHTTP2=OFF -DENABLE_MANUAL=OFF -DCURL_TARGET_WINDOWS_VERSION=0x0601
+}
+
 # Makes the prefix anew when it is not there or was made of other versions.
 make_prefix() {
   local versions file
@@ -52,6 +84,7 @@ make_prefix() {
     [[ ! -f $file ]] || install -D -m 644 "$file" "$NVLIB_WINDOWS_PREFIX/${file#/usr/}"
   done
   cross_build /usr/src/googletest googletest
+  build_network_and_archives
   printf '%s\n' "$versions" >"$NVLIB_WINDOWS_PREFIX/versions"
 }
 
@@ -202,25 +235,6 @@ step_compare() {
 }
 
 # ---- Speed, and more than 2 GiB ---------------------------------------------------------------------------------------------
-
-# debian_source PACKAGE: unpacks Debian's own source of it and prints where. Reads the archive that this machine installs
-# from, with lists of its own, so that the machine's are left alone.
-debian_source() {
-  local folder=$cache/sources where options
-  # shellcheck disable=SC2016 # apt's own variables
-  where=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
-    awk '$3 == "main" && $2 !~ /-/ { print "deb-src", $1, $2, $3; exit }')
-  mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
-  printf '%s\n' "$where" >"$folder/sources.list"
-  options=(-qq -o "Dir::Etc::SourceList=$folder/sources.list" -o Dir::Etc::SourceParts=/dev/null
-    -o "Dir::State::Lists=$folder/lists" -o "Dir::Cache=$folder/cache")
-  (cd "$folder" && rm -rf "$1"-* && apt-get "${options[@]}" update && apt-get "${options[@]}" source "$1") \
-    >"$folder/$1.log" 2>&1 || {
-    tail -n 20 "$folder/$1.log" >&2
-    die "Debian's source of $1 could not be had"
-  }
-  find "$folder" -mindepth 1 -maxdepth 1 -type d -name "$1-*"
-}
 
 benches=(CdgBench SplitBench SilenceBench)
 bench_options=(--benchmark_filter=-copy_by_cp --benchmark_repetitions=3 --benchmark_out_format=json)

@@ -1,0 +1,146 @@
+// See CDDB.h: looking records up in the local database, and storing them.
+#include "CDDB.h"
+
+#include "LocalTree.h"
+#include "TextParts.h"
+#include "audio/FileCalls.h"
+#include "audio/WholeFile.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+
+using namespace NV;
+
+namespace {
+
+constexpr i64 worstScore = std::numeric_limits<i64>::max();
+constexpr i64 karaokeBonus = 10;
+
+/// How far a record's offsets are from the disc's; a karaoke record wins over one that fits as well.
+i64 ScoreOf(const std::vector<i32>& offsets, const CCDDBRecord& record)
+{
+    u64 sum = 0;
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
+        const i64 difference = i64{offsets[i]} - record.frameOffsets[i];
+        const u64 square = static_cast<u64>(difference) * static_cast<u64>(difference);
+        sum = std::min<u64>(sum + std::min<u64>(square, worstScore), worstScore);
+    }
+    return static_cast<i64>(sum) - (SameWithoutCase(ViewOf(record.category), "karaoke") ? karaokeBonus : 0);
+}
+
+bool IsPlainName(std::string_view name)
+{
+    const bool isDots = name == "." || name == "..";
+    return !name.empty() && !isDots && name.find_first_of("/\\:*?\"<>|") == std::string_view::npos &&
+           std::none_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
+}
+
+/// Folders that were made on the way and go again unless all went well.
+class MadeFolders {
+public:
+    ~MadeFolders()
+    {
+        std::error_code ignored;
+        for (auto at = made.rbegin(); at != made.rend(); ++at)
+            std::filesystem::remove(*at, ignored);
+    }
+    bool Make(const std::filesystem::path& folder)
+    {
+        std::error_code error;
+        if (std::filesystem::is_directory(folder, error))
+            return true;
+        const auto parent = folder.parent_path();
+        if (!parent.empty() && parent != folder && !Make(parent))
+            return false;
+        if (!std::filesystem::create_directory(folder, error))
+            return std::filesystem::is_directory(folder, error);
+        made.push_back(folder);
+        return true;
+    }
+    void Keep() { made.clear(); }
+
+private:
+    std::vector<std::filesystem::path> made;
+};
+
+} // namespace
+
+LocalTree& CCDDB::TreeFor(const char* folder)
+{
+    if (!tree || tree->Root() != folder)
+        tree = std::make_unique<LocalTree>(folder);
+    return *tree;
+}
+
+int CCDDB::QueryLocal(const char* folder, u32 discId, const std::vector<i32>& frameOffsets,
+                      std::vector<CCDDBRecord>& records)
+{
+    ClearError();
+    records.clear();
+    std::vector<CCDDBRecord> counted;
+    std::size_t best = 0;
+    i64 bestScore = worstScore;
+    TreeFor(folder).ReadFiles(CandidateIds(discId), [&](u32, const CCDDBRecord& record) {
+        if (record.frameOffsets.size() != frameOffsets.size())
+            return true;
+        const i64 score = ScoreOf(frameOffsets, record);
+        if (score < bestScore) {
+            bestScore = score;
+            best = counted.size();
+        }
+        counted.push_back(record);
+        return true;
+    });
+    if (bestScore == worstScore)
+        return 0;
+    const u32 bestId = counted[best].discId;
+    records.push_back(std::move(counted[best]));
+    for (std::size_t i = 0; i < counted.size(); ++i) {
+        if (i != best && (counted[i].discId == bestId || counted[i].discId == discId))
+            records.push_back(std::move(counted[i]));
+    }
+    return 1;
+}
+
+int CCDDB::Read(const char* folder, u32 discId, bool exactFile, CCDDBRecord& record, CString& category)
+{
+    ClearError();
+    record = CCDDBRecord();
+    category.Empty();
+    bool found = false;
+    const auto take = [&](u32, const CCDDBRecord& read) {
+        record = read;
+        category = read.category;
+        found = true;
+        return false;
+    };
+    const u32 ids[] = {discId};
+    if (exactFile)
+        TreeFor(folder).ReadFiles(ids, take);
+    else
+        TreeFor(folder).ReadRanges(ids, take);
+    return found;
+}
+
+int CCDDB::WriteLocal(const char* folder, const char* category, const CCDDBRecord& record)
+{
+    ClearError();
+    if (!*folder || !IsPlainName(category))
+        return Fail(0, "A category is a plain name");
+    const LocalTree place(folder);
+    const std::string path = place.CategoryFolder(category);
+    MadeFolders folders;
+    if (!folders.Make(path))
+        return Fail(0, "The category's folder cannot be made");
+    const CString text = FormRecordText(record);
+    const std::string name = path + pathSeparator + place.NameFor(category, record.discId);
+    WholeFile file;
+    const bool written = file.Create(name.c_str()) &&
+                         Succeeds([&] { WriteBytes(file.Bytes(), text.GetString(), text.GetLength()); }) &&
+                         file.Commit();
+    if (!written)
+        return Fail(0, "The record cannot be written");
+    folders.Keep();
+    return 1;
+}

@@ -1,0 +1,81 @@
+// A local database as a folder tree: which records it has, and their texts. A folder for each category holds records in
+// files of their own ("9a0bed0d") or ranges of records in one file ("90to9F"); names match without case, folders come
+// in sorted order.
+//
+// The first question is answered by asking for the names in question. From the second one on the names of all folders
+// are kept, and a folder is listed again when its time changes. One thread at a time.
+#pragma once
+
+#include "CDDBTypes.h"
+#include "FolderNames.h"
+#include "NVTypes.h"
+
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace NV {
+
+/// The ids that a disc may stand under when up to 16 is wrong with the sum in its first byte, from -16 to 16.
+std::vector<u32> CandidateIds(u32 discId);
+
+class LocalTree {
+public:
+    explicit LocalTree(std::string folder) : root(std::move(folder)) {}
+    const std::string& Root() const { return root; }
+
+    /// Gets the id that a record stands under, which need not be the one inside of it, and returns false to stop.
+    using Use = std::function<bool(u32 id, const CCDDBRecord& record)>;
+
+    /// Reads the records of these ids that have files of their own, folder by folder and in each in the order of the
+    /// ids. All ids have their last three bytes in common.
+    void ReadFiles(std::span<const u32> ids, const Use& use);
+    /// The same for those in range files, as they come in each folder.
+    void ReadRanges(std::span<const u32> ids, const Use& use);
+
+    /// The name that a record of a category has or, when it is new, gets.
+    std::string NameFor(const std::string& category, u32 id) const;
+    /// The folder of a category, which may not be there yet.
+    std::string CategoryFolder(const std::string& category) const;
+
+private:
+    /// How the letters of a name are written.
+    enum Spelling : u8 { capital, small, mixed };
+    struct RangeFile {
+        std::string name;
+        u8 first, last;
+    };
+    struct Category {
+        std::string name;
+        FileMoment changed;
+        bool settled = false; // it cannot have changed since without its time telling
+        std::vector<u64> entries;
+        std::vector<RangeFile> ranges;
+        std::vector<std::pair<u32, std::string>> mixedNames;
+    };
+
+    static std::string NameOf(u32 id, Spelling spelling);
+    std::vector<std::string> NamesWithoutIndex(const FolderHandle& folder, std::span<const u32> ids, bool all) const;
+    bool ReadWithoutIndex(std::span<const u32> ids, bool all, const Use& use);
+    void UpdateIndex(const FolderHandle& folder);
+    void ListCategory(Category& category, const FileMoment& changed);
+    void Merge();
+    std::string IndexedName(const Category& category, u64 entry) const;
+
+    std::string root;
+    bool asked = false;
+    FileMoment changed;
+    bool settled = false;
+    std::vector<Category> categories;
+    std::vector<u64> index; // all entries, sorted: last three bytes, folder, first byte, spelling
+    std::string text;       // of the record that is being read
+};
+
+/// Looks for records in a range file and calls `use` with the text of each that is wanted, until it returns false.
+/// Reads no further than needed. False when the file cannot be read.
+bool ReadRangeFile(const char* path, const std::function<bool(u32)>& wanted,
+                   const std::function<bool(u32, std::string_view)>& use);
+
+} // namespace NV

@@ -1,0 +1,178 @@
+// See RecordReader.h.
+#include "RecordReader.h"
+
+#include "TextParts.h"
+
+#include <algorithm>
+
+namespace NV {
+namespace {
+
+constexpr std::size_t mostOffsets = 99;
+constexpr i32 highestTrack = 99;
+
+bool TakeStart(std::string_view& text, std::string_view start)
+{
+    if (text.substr(0, start.size()) != start)
+        return false;
+    text.remove_prefix(start.size());
+    return true;
+}
+
+/// Undoes the escapes of the format; any other backslash is itself.
+CString Unescaped(std::string_view text)
+{
+    if (text.find('\\') == std::string_view::npos)
+        return ToCString(text);
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char next = text[i] == '\\' && i + 1 < text.size() ? text[i + 1] : '\0';
+        if (next == 'n' || next == 't' || next == '\\') {
+            plain += next == 'n' ? '\n' : next == 't' ? '\t' : '\\';
+            ++i;
+        } else {
+            plain += text[i];
+        }
+    }
+    return ToCString(plain);
+}
+
+/// Artist and title have a slash with blanks around it between them. An artist may have a bare one in the name; without
+/// any other that one parts the two, and without any at all the text is both.
+void SplitDiscTitle(std::string_view text, CString& artist, CString& title)
+{
+    std::size_t slash = text.find(" / ");
+    slash = slash == std::string_view::npos ? text.find('/') : slash + 1;
+    artist = Unescaped(TrimmedBlanks(text.substr(0, slash)));
+    title = slash == std::string_view::npos ? artist : Unescaped(TrimmedBlanks(text.substr(slash + 1)));
+}
+
+class RecordReader {
+public:
+    explicit RecordReader(CCDDBRecord& filled) : record(filled) {}
+
+    void ParseLine(std::string_view line)
+    {
+        if (!line.empty() && line.front() == '#')
+            ParseCommentLine(line.substr(1));
+        else
+            ParseKeywordLine(line);
+    }
+
+    bool Finish()
+    {
+        const std::string_view id = TrimmedBlanks(discId);
+        const bool hasId = id.size() > 7 && DiscIdOf(id.substr(0, 8)).has_value();
+        if (!seenHeader || record.frameOffsets.empty() || !seenLength || !seenClient || !hasId || !seenTitle)
+            return false;
+        record.discId = LeadingHex(id);
+        SplitDiscTitle(discTitle, record.artist, record.title);
+        record.year = LeadingNumber(year).value_or(0);
+        record.genre = Unescaped(genre);
+        record.extendedData = Unescaped(extended);
+        record.playOrder = Unescaped(playOrder);
+        const std::size_t tracks = std::max(titles.size(), extendedTracks.size());
+        titles.resize(tracks);
+        extendedTracks.resize(tracks);
+        for (std::size_t i = 0; i < tracks; ++i) {
+            record.trackTitles.push_back(Unescaped(titles[i]));
+            record.extendedTrackData.push_back(Unescaped(extendedTracks[i]));
+        }
+        return true;
+    }
+
+private:
+    void ParseCommentLine(std::string_view text)
+    {
+        text = TrimmedBlanks(text);
+        if (TakeStart(text, "xmcd")) {
+            seenHeader = true;
+        } else if (TakeStart(text, "Track frame offsets:")) {
+            inOffsets = true;
+        } else if (TakeStart(text, "Disc length:")) {
+            inOffsets = false;
+            const auto seconds = LeadingNumber(text);
+            seenLength = seenLength || seconds;
+            record.discLength = seconds.value_or(record.discLength);
+        } else if (TakeStart(text, "Revision:")) {
+            record.revision = LeadingNumber(text).value_or(0);
+        } else if (TakeStart(text, "Submitted via:")) {
+            ParseClient(TrimmedBlanks(text));
+        } else if (inOffsets && !text.empty()) {
+            std::string_view rest;
+            const auto offset = LeadingNumber(text, &rest);
+            if (offset && rest.empty() && record.frameOffsets.size() < mostOffsets)
+                record.frameOffsets.push_back(*offset);
+        }
+    }
+
+    void ParseClient(std::string_view text)
+    {
+        record.clientName = ToCString(TakeWord(text));
+        const std::string_view version = TakeWord(text);
+        record.clientVersion = ToCString(version);
+        record.clientComment = ToCString(text);
+        seenClient = !version.empty();
+    }
+
+    void ParseKeywordLine(std::string_view line)
+    {
+        const std::size_t equals = line.find('=');
+        if (equals == std::string_view::npos)
+            return;
+        std::string_view key = line.substr(0, equals);
+        const std::string_view value = line.substr(equals + 1);
+        if (TakeStart(key, "TTITLE")) {
+            AddToTrack(titles, key, value);
+        } else if (TakeStart(key, "EXTT")) {
+            AddToTrack(extendedTracks, key, value);
+        } else if (key == "DISCID") {
+            discId += value;
+        } else if (key == "DTITLE") {
+            discTitle += value;
+            seenTitle = true;
+        } else if (key == "DYEAR") {
+            year += value;
+        } else if (key == "DGENRE") {
+            genre += value;
+        } else if (key == "EXTD") {
+            extended += value;
+        } else if (key == "PLAYORDER") {
+            playOrder += value;
+        }
+    }
+
+    static void AddToTrack(std::vector<std::string>& tracks, std::string_view number, std::string_view value)
+    {
+        std::string_view rest;
+        const auto track = LeadingNumber(number, &rest);
+        if (!track || !rest.empty() || *track > highestTrack)
+            return;
+        const std::size_t index = static_cast<std::size_t>(*track);
+        if (index >= tracks.size())
+            tracks.resize(index + 1);
+        tracks[index] += value;
+    }
+
+    CCDDBRecord& record;
+    bool seenHeader = false, seenLength = false, seenClient = false, seenTitle = false, inOffsets = false;
+    std::string discId, discTitle, year, genre, extended, playOrder; // escapes still in place
+    std::vector<std::string> titles, extendedTracks;
+};
+
+} // namespace
+
+bool ReadRecord(std::string_view text, CCDDBRecord& record)
+{
+    record = CCDDBRecord();
+    RecordReader reader(record);
+    // Line ends may be mixed: a server puts its own around what a client once sent.
+    for (std::string_view line; TakeLine(text, line);)
+        reader.ParseLine(line);
+    if (reader.Finish())
+        return true;
+    record = CCDDBRecord();
+    return false;
+}
+
+} // namespace NV

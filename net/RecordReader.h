@@ -1,0 +1,17 @@
+// Reads an xmcd record line by line. Any bytes are taken; what a compact disc cannot have (tracks above 99) is dropped,
+// so that no line makes the lists long. One thread at a time.
+#pragma once
+
+#include "CDDBTypes.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace NV {
+
+/// Reads the lines of one record into `record`, which is empty unless true is returned: the header, an offset, the
+/// length, the client, the id and the title were all there.
+bool ReadRecord(std::string_view text, CCDDBRecord& record);
+
+} // namespace NV
