@@ -3,6 +3,7 @@
 
 #include "CDDBLog.h"
 #include "LocalTree.h"
+#include "RecordReader.h"
 
 #include <algorithm>
 #include <map>
@@ -28,9 +29,13 @@ i64 DistanceOf(const std::vector<i32>& offsets, const CCDDBRecord& record)
 class BestRecord {
 public:
     explicit BestRecord(const std::vector<i32>& trackOffsets) : offsets(trackOffsets) {}
-    bool Keep(u32 id, const CCDDBRecord& record)
+    bool Keep(const LocalTree::Found& found)
     {
-        records.emplace(id, record);
+        CCDDBRecord record;
+        if (!records.contains(found.id) && ReadRecord(found.text, record)) {
+            record.category = found.category.c_str();
+            records.emplace(found.id, std::move(record));
+        }
         return true;
     }
     bool Choose(const std::vector<u32>& ids, CCDDBRecord& best) const
@@ -59,7 +64,7 @@ bool BestLocalRecord(LocalTree& tree, u32 discId, const std::vector<i32>& offset
 {
     const std::vector<u32> ids = CandidateIds(discId);
     BestRecord records(offsets);
-    const auto keep = [&](u32 id, const CCDDBRecord& record) { return records.Keep(id, record); };
+    const auto keep = [&](const LocalTree::Found& found) { return records.Keep(found); };
     tree.ReadFiles(ids, keep);
     if (records.Choose(ids, best))
         return true;

@@ -2,6 +2,7 @@
 #include "CDDB.h"
 
 #include "LocalTree.h"
+#include "RecordReader.h"
 #include "TextParts.h"
 #include "audio/FileCalls.h"
 #include "audio/WholeFile.h"
@@ -18,16 +19,23 @@ constexpr i64 worstScore = std::numeric_limits<i64>::max();
 constexpr i64 karaokeBonus = 10;
 
 /// How far a record's offsets are from the disc's; a karaoke record wins over one that fits as well.
-i64 ScoreOf(const std::vector<i32>& offsets, const CCDDBRecord& record)
+i64 ScoreOf(const std::vector<i32>& offsets, const std::vector<i32>& recordOffsets, const std::string& category)
 {
     u64 sum = 0;
     for (std::size_t i = 0; i < offsets.size(); ++i) {
-        const i64 difference = i64{offsets[i]} - record.frameOffsets[i];
+        const i64 difference = i64{offsets[i]} - recordOffsets[i];
         const u64 square = static_cast<u64>(difference) * static_cast<u64>(difference);
         sum = std::min<u64>(sum + std::min<u64>(square, worstScore), worstScore);
     }
-    return static_cast<i64>(sum) - (SameWithoutCase(ViewOf(record.category), "karaoke") ? karaokeBonus : 0);
+    return static_cast<i64>(sum) - (SameWithoutCase(category, "karaoke") ? karaokeBonus : 0);
 }
+
+/// A record that was counted; the whole of it is taken apart only when it is among the results.
+struct Counted {
+    u32 discId;
+    std::string category;
+    std::size_t textStart, textLength; // of the texts of all of them
+};
 
 bool IsPlainName(std::string_view name)
 {
@@ -78,27 +86,33 @@ int CCDDB::QueryLocal(const char* folder, u32 discId, const std::vector<i32>& fr
 {
     ClearError();
     records.clear();
-    std::vector<CCDDBRecord> counted;
+    std::vector<Counted> counted;
+    std::string texts;
     std::size_t best = 0;
     i64 bestScore = worstScore;
-    TreeFor(folder).ReadFiles(CandidateIds(discId), [&](u32, const CCDDBRecord& record) {
-        if (record.frameOffsets.size() != frameOffsets.size())
+    RecordHead head;
+    TreeFor(folder).ReadFiles(CandidateIds(discId), [&](const LocalTree::Found& found) {
+        if (!ReadRecordHead(found.text, head) || head.frameOffsets.size() != frameOffsets.size())
             return true;
-        const i64 score = ScoreOf(frameOffsets, record);
+        const i64 score = ScoreOf(frameOffsets, head.frameOffsets, found.category);
         if (score < bestScore) {
             bestScore = score;
             best = counted.size();
         }
-        counted.push_back(record);
+        counted.push_back({head.discId, found.category, texts.size(), found.text.size()});
+        texts += found.text;
         return true;
     });
     if (bestScore == worstScore)
         return 0;
-    const u32 bestId = counted[best].discId;
-    records.push_back(std::move(counted[best]));
+    const auto add = [&](const Counted& chosen) {
+        ReadRecord(std::string_view(texts).substr(chosen.textStart, chosen.textLength), records.emplace_back());
+        records.back().category = chosen.category.c_str();
+    };
+    add(counted[best]);
     for (std::size_t i = 0; i < counted.size(); ++i) {
-        if (i != best && (counted[i].discId == bestId || counted[i].discId == discId))
-            records.push_back(std::move(counted[i]));
+        if (i != best && (counted[i].discId == counted[best].discId || counted[i].discId == discId))
+            add(counted[i]);
     }
     return 1;
 }
@@ -109,11 +123,11 @@ int CCDDB::Read(const char* folder, u32 discId, bool exactFile, CCDDBRecord& rec
     record = CCDDBRecord();
     category.Empty();
     bool found = false;
-    const auto take = [&](u32, const CCDDBRecord& read) {
-        record = read;
-        category = read.category;
-        found = true;
-        return false;
+    const auto take = [&](const LocalTree::Found& text) {
+        found = ReadRecord(text.text, record);
+        if (found)
+            category = record.category = text.category.c_str();
+        return !found;
     };
     const u32 ids[] = {discId};
     if (exactFile)

@@ -1,10 +1,10 @@
 // See LocalTree.h.
 #include "LocalTree.h"
 
-#include "RecordReader.h"
 #include "TextParts.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace NV {
 namespace {
@@ -65,9 +65,9 @@ bool Settled(const FileMoment& changed, const FileMoment& listed)
 
 std::vector<u32> CandidateIds(u32 discId)
 {
-    std::vector<u32> ids;
+    std::vector<u32> ids(33);
     for (u32 k = 0; k <= 32; ++k)
-        ids.push_back(((discId >> 24) + k - 16) << 24 | (discId & idTail));
+        ids[k] = ((discId >> 24) + k - 16) << 24 | (discId & idTail);
     return ids;
 }
 
@@ -81,18 +81,25 @@ std::string LocalTree::NameOf(u32 id, Spelling spelling)
 }
 
 // ---- Without an index ----
+//
+// Each question for a name costs the system as much as any other, so where names have case they are asked for in one
+// spelling: small folders are listed instead, and a large one has its names from a program that writes all alike. Only
+// when that finds nothing is the other spelling tried.
 
 namespace {
 
-/// The slow way, for folders whose names are written in no one way.
+/// The names of these ids that are there, however they are written; the first of several.
 std::vector<std::string> NamesByListing(const std::string& folder, std::span<const u32> ids)
 {
     std::vector<std::string> names(ids.size());
     ListFolder(folder.c_str(), [&](std::string_view name, EntryKind) {
         const auto id = DiscIdOf(name);
         const auto at = id ? std::find(ids.begin(), ids.end(), *id) : ids.end();
-        if (at != ids.end())
-            names[static_cast<std::size_t>(at - ids.begin())] = name;
+        if (at == ids.end())
+            return true;
+        std::string& kept = names[static_cast<std::size_t>(at - ids.begin())];
+        if (kept.empty() || name < kept)
+            kept = name;
         return true;
     });
     std::erase(names, "");
@@ -101,60 +108,54 @@ std::vector<std::string> NamesByListing(const std::string& folder, std::span<con
 
 } // namespace
 
-/// The names that are there. Each question costs the system as much as any other, so where names have case a few of the
-/// folder's tell how they are written; with `all` both ways are tried.
-std::vector<std::string> LocalTree::NamesWithoutIndex(const FolderHandle& folder, std::span<const u32> ids,
-                                                      bool all) const
+/// Whether names with letters are written with small ones, as far as a few of them tell.
+bool LocalTree::IsSmallSpelling(const FolderHandle& folder, bool& known)
 {
-    bool capitals = true;
-    bool smalls = fileNamesHaveCase;
-    bool mixture = false;
-    if (fileNamesHaveCase && !all) {
-        bool sawCapitals = false;
-        bool sawSmalls = false;
-        for (const std::string& name : folder.SomeNames(sampledNames)) {
-            if (name.size() != 8)
-                continue;
-            sawCapitals = sawCapitals || HasCapitals(name);
-            sawSmalls = sawSmalls || HasSmall(name);
-            mixture = mixture || (HasCapitals(name) && HasSmall(name));
-        }
-        if (sawCapitals != sawSmalls) {
-            capitals = sawCapitals;
-            smalls = sawSmalls;
-        }
+    for (const std::string& name : folder.SomeNames(sampledNames)) {
+        known = DiscIdOf(name) && (HasSmall(name) || HasCapitals(name));
+        if (known)
+            return HasSmall(name);
     }
-    std::vector<std::string> names;
-    if (mixture)
-        return NamesByListing(folder.Path(), ids);
-    for (const u32 id : ids) {
-        const std::string inCapitals = NameOf(id, capital);
-        const bool hasLetters = HasCapitals(inCapitals);
-        if ((capitals || !hasLetters) && folder.Has(inCapitals.c_str()))
-            names.push_back(inCapitals);
-        else if (smalls && hasLetters) {
-            const std::string inSmalls = NameOf(id, small);
-            if (folder.Has(inSmalls.c_str()))
-                names.push_back(inSmalls);
-        }
-    }
-    return names;
+    return false;
 }
 
-bool LocalTree::ReadWithoutIndex(std::span<const u32> ids, bool all, const Use& use)
+LocalTree::Spelling LocalTree::UsualSpelling(const std::vector<std::string>& folders) const
+{
+    for (const std::string& name : folders) {
+        const FolderHandle folder(path + pathSeparator + name);
+        bool known = false;
+        if (folder.IsOpen() && !folder.IsSmall()) {
+            const bool isSmall = IsSmallSpelling(folder, known);
+            if (known)
+                return isSmall ? small : capital;
+        }
+    }
+    return capital;
+}
+
+bool LocalTree::ReadWithoutIndex(std::span<const u32> ids, Spelling spelling, const Use& use)
 {
     bool found = false;
-    CCDDBRecord record;
-    for (const std::string& name : SubfoldersOf(root)) {
-        const FolderHandle folder(root + pathSeparator + name);
+    const std::vector<std::string> folders = SubfoldersOf(path);
+    const bool usual = fileNamesHaveCase && spelling == mixed;
+    const Spelling asking = usual ? UsualSpelling(folders) : spelling == mixed ? capital : spelling;
+    std::vector<std::string> names;
+    for (const u32 id : ids)
+        names.push_back(NameOf(id, asking));
+    for (const std::string& name : folders) {
+        const FolderHandle folder(path + pathSeparator + name);
         if (!folder.IsOpen())
             continue;
-        for (const std::string& file : NamesWithoutIndex(folder, ids, all)) {
+        std::vector<std::string> there;
+        if (usual && folder.IsSmall())
+            there = NamesByListing(folder.Path(), ids);
+        else
+            std::copy_if(names.begin(), names.end(), std::back_inserter(there),
+                         [&](const std::string& each) { return folder.Has(each.c_str()); });
+        for (const std::string& file : there) {
             found = true;
-            if (!folder.Read(file.c_str(), longestRecord, text) || !ReadRecord(text, record))
-                continue;
-            record.category = name.c_str();
-            if (!use(LeadingHex(file), record))
+            std::string_view text;
+            if (folder.Read(file.c_str(), longestRecord, buffer, text) && !use({LeadingHex(file), name, text}))
                 return true;
         }
     }
@@ -169,7 +170,7 @@ void LocalTree::ListCategory(Category& category, const FileMoment& newChanged)
     category.ranges.clear();
     category.mixedNames.clear();
     const FileMoment listed = FileClockNow();
-    ListFolder((root + pathSeparator + category.name).c_str(), [&](std::string_view name, EntryKind kind) {
+    ListFolder((path + pathSeparator + category.name).c_str(), [&](std::string_view name, EntryKind kind) {
         if (kind == EntryKind::folder)
             return true;
         RangeFile range;
@@ -204,32 +205,44 @@ void LocalTree::Merge()
     std::sort(index.begin(), index.end());
 }
 
+bool LocalTree::OpenRoot()
+{
+    if (!root.IsOpen())
+        root = FolderHandle(path);
+    return root.IsOpen();
+}
+
 /// Brings the index up to date. Times are taken before the listing they stand for, so a change in between shows later.
-void LocalTree::UpdateIndex(const FolderHandle& folder)
+bool LocalTree::UpdateIndex()
 {
     FileMoment now;
     bool merge = false;
-    if (!folder.Changed(".", now) || now != changed || !settled) {
+    if (!OpenRoot() || !root.Changed(now) || now != changed || !settled) {
+        // Whatever happened to the root may have happened to the folders in it.
+        root = FolderHandle(path);
+        if (!root.IsOpen() || !root.Changed(now)) {
+            categories.clear();
+            index.clear();
+            return false;
+        }
         const FileMoment listed = FileClockNow();
         std::vector<Category> found;
-        for (std::string& name : SubfoldersOf(root)) {
+        for (std::string& name : SubfoldersOf(path)) {
             const auto known = std::find_if(categories.begin(), categories.end(),
                                             [&](const Category& category) { return category.name == name; });
-            if (known != categories.end())
-                found.push_back(std::move(*known));
-            else
-                found.push_back({std::move(name), {}, false, {}, {}, {}});
+            const bool isNew = known == categories.end();
+            merge = merge || isNew;
+            found.push_back(isNew ? Category(std::move(name)) : std::move(*known));
+            found.back().folder = FolderHandle(path + pathSeparator + found.back().name);
         }
-        merge = categories.size() != found.size() ||
-                !std::equal(found.begin(), found.end(), categories.begin(),
-                            [](const Category& a, const Category& b) { return a.name == b.name; });
+        merge = merge || categories.size() != found.size();
         categories = std::move(found);
         changed = now;
         settled = Settled(now, listed);
     }
     for (Category& category : categories) {
         FileMoment moment;
-        if (!folder.Changed(category.name.c_str(), moment))
+        if (!category.folder.IsOpen() || !category.folder.Changed(moment))
             moment = {};
         if (category.settled && moment == category.changed)
             continue;
@@ -238,6 +251,7 @@ void LocalTree::UpdateIndex(const FolderHandle& folder)
     }
     if (merge)
         Merge();
+    return true;
 }
 
 std::string LocalTree::IndexedName(const Category& category, u64 entry) const
@@ -256,33 +270,25 @@ void LocalTree::ReadFiles(std::span<const u32> ids, const Use& use)
 {
     if (!asked) {
         asked = true;
-        // A folder may have a few names that are not written like those that were looked at.
-        if (!ReadWithoutIndex(ids, false, use) && fileNamesHaveCase)
-            ReadWithoutIndex(ids, true, use);
+        if (!ReadWithoutIndex(ids, mixed, use) && fileNamesHaveCase && !ReadWithoutIndex(ids, small, use))
+            ReadWithoutIndex(ids, capital, use);
         return;
     }
-    const FolderHandle folder(root);
-    if (!folder.IsOpen())
+    if (!UpdateIndex())
         return;
-    UpdateIndex(folder);
     const u64 tail = static_cast<u64>(ids.front() & idTail);
     const auto first = std::lower_bound(index.begin(), index.end(), tail << 40);
-    const auto last = std::lower_bound(first, index.end(), (tail + 1) << 40);
-    CCDDBRecord record;
-    // Within a folder in the order of the ids, each name once.
+    const auto last = std::find_if(first, index.end(), [&](u64 entry) { return entry >> 40 != tail; });
     for (auto at = first; at != last;) {
         const std::size_t number = FolderOf(*at);
         const auto folderEnd = std::find_if(at, last, [&](u64 entry) { return FolderOf(entry) != number; });
         const Category& category = categories[number];
-        for (const u32 id : ids) {
+        for (const u32 id : ids) { // each name once
             const auto entry = std::find_if(at, folderEnd, [&](u64 each) { return IdOf(each) == id; });
-            if (entry == folderEnd)
-                continue;
-            const std::string name = category.name + pathSeparator + IndexedName(category, *entry);
-            if (!folder.Read(name.c_str(), longestRecord, text) || !ReadRecord(text, record))
-                continue;
-            record.category = category.name.c_str();
-            if (!use(id, record))
+            std::string_view text;
+            if (entry != folderEnd &&
+                category.folder.Read(IndexedName(category, *entry).c_str(), longestRecord, buffer, text) &&
+                !use({id, category.name, text}))
                 return;
         }
         at = folderEnd;
@@ -292,26 +298,20 @@ void LocalTree::ReadFiles(std::span<const u32> ids, const Use& use)
 void LocalTree::ReadRanges(std::span<const u32> ids, const Use& use)
 {
     asked = true;
-    const FolderHandle folder(root);
-    if (!folder.IsOpen())
+    if (!UpdateIndex())
         return;
-    UpdateIndex(folder);
     const auto isWanted = [&](u32 id) { return std::find(ids.begin(), ids.end(), id) != ids.end(); };
     bool go = true;
-    CCDDBRecord record;
     for (const Category& category : categories) {
         for (const RangeFile& range : category.ranges) {
-            const std::size_t within = static_cast<std::size_t>(std::count_if(
-                ids.begin(), ids.end(), [&](u32 id) { return id >> 24 >= range.first && id >> 24 <= range.last; }));
+            const auto within = std::count_if(
+                ids.begin(), ids.end(), [&](u32 id) { return id >> 24 >= range.first && id >> 24 <= range.last; });
             if (within == 0)
                 continue;
-            std::size_t left = within; // an id has one record a file
-            const std::string path = root + pathSeparator + category.name + pathSeparator + range.name;
-            ReadRangeFile(path.c_str(), isWanted, [&](u32 id, std::string_view found) {
-                if (ReadRecord(found, record)) {
-                    record.category = category.name.c_str();
-                    go = use(id, record);
-                }
+            auto left = within; // an id has one record a file
+            const std::string file = path + pathSeparator + category.name + pathSeparator + range.name;
+            ReadRangeFile(file.c_str(), isWanted, [&](u32 id, std::string_view text) {
+                go = use({id, category.name, text});
                 return go && --left > 0;
             });
             if (!go)
@@ -324,27 +324,32 @@ void LocalTree::ReadRanges(std::span<const u32> ids, const Use& use)
 
 std::string LocalTree::CategoryFolder(const std::string& category) const
 {
-    for (const std::string& name : SubfoldersOf(root)) {
+    for (const std::string& name : SubfoldersOf(path)) {
         if (SameWithoutCase(name, category))
-            return root + pathSeparator + name;
+            return path + pathSeparator + name;
     }
-    return root + pathSeparator + category;
+    return path + pathSeparator + category;
 }
 
-/// Written as the other names of its folder, so that programs that know one way only find it.
+/// Written as the other names of its folder or of the tree, so that programs that know one spelling only find it.
 std::string LocalTree::NameFor(const std::string& category, u32 id) const
 {
-    bool sawSmalls = false;
-    const FolderHandle folder(CategoryFolder(category));
-    if (folder.IsOpen()) {
-        for (const Spelling spelling : {capital, small}) {
-            if (folder.Has(NameOf(id, spelling).c_str()))
-                return NameOf(id, spelling);
-        }
-        for (const std::string& name : folder.SomeNames(sampledNames))
-            sawSmalls = sawSmalls || (DiscIdOf(name) && HasSmall(name) && !HasCapitals(name));
+    std::vector<std::string> folders{CategoryFolder(category)};
+    const FolderHandle own(folders.front());
+    if (own.IsOpen()) {
+        for (const std::string& name : NamesByListing(own.Path(), std::span(&id, 1)))
+            return name;
     }
-    return NameOf(id, sawSmalls ? small : capital);
+    for (const std::string& name : SubfoldersOf(path))
+        folders.push_back(path + pathSeparator + name);
+    for (const std::string& place : folders) {
+        const FolderHandle folder(place);
+        bool known = false;
+        const bool isSmall = folder.IsOpen() && IsSmallSpelling(folder, known);
+        if (known)
+            return NameOf(id, isSmall ? small : capital);
+    }
+    return NameOf(id, capital);
 }
 
 } // namespace NV

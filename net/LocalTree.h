@@ -23,11 +23,17 @@ std::vector<u32> CandidateIds(u32 discId);
 
 class LocalTree {
 public:
-    explicit LocalTree(std::string folder) : root(std::move(folder)) {}
-    const std::string& Root() const { return root; }
+    explicit LocalTree(std::string folder) : path(std::move(folder)) {}
+    const std::string& Root() const { return path; }
 
-    /// Gets the id that a record stands under, which need not be the one inside of it, and returns false to stop.
-    using Use = std::function<bool(u32 id, const CCDDBRecord& record)>;
+    /// A record that was found. `id` is the one that it stands under, which need not be the one inside of it.
+    struct Found {
+        u32 id;
+        const std::string& category;
+        std::string_view text;
+    };
+    /// Returns false to stop.
+    using Use = std::function<bool(const Found& found)>;
 
     /// Reads the records of these ids that have files of their own, folder by folder and in each in the order of the
     /// ids. All ids have their last three bytes in common.
@@ -48,7 +54,9 @@ private:
         u8 first, last;
     };
     struct Category {
+        explicit Category(std::string folderName) : name(std::move(folderName)) {}
         std::string name;
+        FolderHandle folder;
         FileMoment changed;
         bool settled = false; // it cannot have changed since without its time telling
         std::vector<u64> entries;
@@ -57,20 +65,23 @@ private:
     };
 
     static std::string NameOf(u32 id, Spelling spelling);
-    std::vector<std::string> NamesWithoutIndex(const FolderHandle& folder, std::span<const u32> ids, bool all) const;
-    bool ReadWithoutIndex(std::span<const u32> ids, bool all, const Use& use);
-    void UpdateIndex(const FolderHandle& folder);
-    void ListCategory(Category& category, const FileMoment& changed);
+    static bool IsSmallSpelling(const FolderHandle& folder, bool& known);
+    bool ReadWithoutIndex(std::span<const u32> ids, Spelling spelling, const Use& use);
+    Spelling UsualSpelling(const std::vector<std::string>& folders) const;
+    bool OpenRoot();
+    bool UpdateIndex();
+    void ListCategory(Category& category, const FileMoment& newChanged);
     void Merge();
     std::string IndexedName(const Category& category, u64 entry) const;
 
-    std::string root;
+    std::string path;
     bool asked = false;
+    FolderHandle root;
     FileMoment changed;
     bool settled = false;
     std::vector<Category> categories;
-    std::vector<u64> index; // all entries, sorted: last three bytes, folder, first byte, spelling
-    std::string text;       // of the record that is being read
+    std::vector<u64> index;   // all entries, sorted: last three bytes, folder, first byte, spelling
+    std::vector<char> buffer; // for the record that is being read
 };
 
 /// Looks for records in a range file and calls `use` with the text of each that is wanted, until it returns false.

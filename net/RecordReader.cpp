@@ -53,19 +53,27 @@ public:
 
     void ParseLine(std::string_view line)
     {
-        if (!line.empty() && line.front() == '#')
-            ParseCommentLine(line.substr(1));
-        else
+        if (line.empty() || line.front() != '#')
             ParseKeywordLine(line);
+        else if (!headerOver)
+            ParseCommentLine(line.substr(1));
     }
 
-    bool Finish()
+    /// Nothing that follows can change whether the record is valid, nor its id and offsets.
+    bool KnowsHead() const { return headerOver && seenTitle && TrimmedBlanks(discId).size() > 7; }
+    bool IsValid() const
     {
         const std::string_view id = TrimmedBlanks(discId);
         const bool hasId = id.size() > 7 && DiscIdOf(id.substr(0, 8)).has_value();
-        if (!seenHeader || record.frameOffsets.empty() || !seenLength || !seenClient || !hasId || !seenTitle)
+        return seenHeader && !record.frameOffsets.empty() && seenLength && seenClient && hasId && seenTitle;
+    }
+    u32 DiscId() const { return LeadingHex(TrimmedBlanks(discId)); }
+
+    bool Finish()
+    {
+        if (!IsValid())
             return false;
-        record.discId = LeadingHex(id);
+        record.discId = DiscId();
         SplitDiscTitle(discTitle, record.artist, record.title);
         record.year = LeadingNumber(year).value_or(0);
         record.genre = Unescaped(genre);
@@ -85,7 +93,14 @@ private:
     void ParseCommentLine(std::string_view text)
     {
         text = TrimmedBlanks(text);
-        if (TakeStart(text, "xmcd")) {
+        if (text.empty())
+            return;
+        std::string_view rest;
+        if (inOffsets && text.front() >= '0' && text.front() <= '9') { // most lines of a header
+            const auto offset = LeadingNumber(text, &rest);
+            if (rest.empty() && record.frameOffsets.size() < mostOffsets)
+                record.frameOffsets.push_back(*offset);
+        } else if (TakeStart(text, "xmcd")) {
             seenHeader = true;
         } else if (TakeStart(text, "Track frame offsets:")) {
             inOffsets = true;
@@ -98,11 +113,6 @@ private:
             record.revision = LeadingNumber(text).value_or(0);
         } else if (TakeStart(text, "Submitted via:")) {
             ParseClient(TrimmedBlanks(text));
-        } else if (inOffsets && !text.empty()) {
-            std::string_view rest;
-            const auto offset = LeadingNumber(text, &rest);
-            if (offset && rest.empty() && record.frameOffsets.size() < mostOffsets)
-                record.frameOffsets.push_back(*offset);
         }
     }
 
@@ -120,6 +130,7 @@ private:
         const std::size_t equals = line.find('=');
         if (equals == std::string_view::npos)
             return;
+        headerOver = true;
         std::string_view key = line.substr(0, equals);
         const std::string_view value = line.substr(equals + 1);
         if (TakeStart(key, "TTITLE")) {
@@ -155,7 +166,8 @@ private:
     }
 
     CCDDBRecord& record;
-    bool seenHeader = false, seenLength = false, seenClient = false, seenTitle = false, inOffsets = false;
+    bool seenHeader = false, seenLength = false, seenClient = false, seenTitle = false;
+    bool inOffsets = false, headerOver = false;
     std::string discId, discTitle, year, genre, extended, playOrder; // escapes still in place
     std::vector<std::string> titles, extendedTracks;
 };
@@ -173,6 +185,20 @@ bool ReadRecord(std::string_view text, CCDDBRecord& record)
         return true;
     record = CCDDBRecord();
     return false;
+}
+
+bool ReadRecordHead(std::string_view text, RecordHead& head)
+{
+    CCDDBRecord record;
+    record.frameOffsets.swap(head.frameOffsets); // for its memory
+    record.frameOffsets.clear();
+    RecordReader reader(record);
+    for (std::string_view line; !reader.KnowsHead() && TakeLine(text, line);)
+        reader.ParseLine(line);
+    const bool valid = reader.IsValid();
+    head.discId = reader.DiscId();
+    head.frameOffsets.swap(record.frameOffsets);
+    return valid;
 }
 
 } // namespace NV

@@ -10,8 +10,18 @@
 
 namespace NV {
 
-/// Reads the lines of one record into `record`, which is empty unless true is returned: the header, an offset, the
-/// length, the client, the id and the title were all there.
+/// Comments count up to the first line with a key: the header stands at the top. Reads the lines of one record into
+/// `record`, which is empty unless true is returned: the header, an offset, the length, the client, the id and the
+/// title were all there.
 bool ReadRecord(std::string_view text, CCDDBRecord& record);
+
+/// What a look-up needs of a record to judge it.
+struct RecordHead {
+    u32 discId = 0;
+    std::vector<i32> frameOffsets;
+};
+
+/// Reads no further than needed, and is true for the same records.
+bool ReadRecordHead(std::string_view text, RecordHead& head);
 
 } // namespace NV

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace NV {
@@ -24,7 +25,7 @@ bool ListFolder(const char* path, const std::function<bool(const char* name, Ent
 /// The names of all folders in a folder, sorted as bytes. Empty when there are none or it cannot be listed.
 std::vector<std::string> SubfoldersOf(const std::string& path);
 
-/// A folder that is asked about several names, which may lie in its folders: "a" or "a/b" (on every system).
+/// A folder that is asked about several names. Where the system lets a folder be removed all the same, it is kept open.
 class FolderHandle {
 public:
     FolderHandle() = default;
@@ -37,12 +38,14 @@ public:
     const std::string& Path() const { return folder; }
     /// There is a file (or folder) of that name.
     bool Has(const char* name) const;
-    /// When names were last added to or removed from one of its folders, or from itself ("."); other changes may count
-    /// too. False when there is no such folder or the system does not tell.
-    bool Changed(const char* name, FileMoment& moment) const;
-    /// Reads a whole file of at most `most` bytes; false when there is none, it is longer, or cannot be read.
-    bool Read(const char* name, std::size_t most, std::string& bytes) const;
-    /// A few of its names, as they come; with `most` small this costs little, however many there are.
+    /// When names were last added or removed; other changes may count too. False when the folder has gone.
+    bool Changed(FileMoment& moment) const;
+    /// Reads a whole file of at most `most` bytes into `buffer`, which grows as needed and is worth keeping; `bytes` is
+    /// the part of it that was filled. False when there is no such file, it is longer, or cannot be read.
+    bool Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes) const;
+    /// It has at most a few hundred names.
+    bool IsSmall() const;
+    /// A few of its names, as they come.
     std::vector<std::string> SomeNames(std::size_t most) const;
 
 private:

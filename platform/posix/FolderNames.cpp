@@ -110,38 +110,46 @@ bool FolderHandle::Has(const char* name) const
     return faccessat(static_cast<int>(handle), name, F_OK, 0) == 0;
 }
 
-bool FolderHandle::Changed(const char* name, FileMoment& moment) const
+bool FolderHandle::Changed(FileMoment& moment) const
 {
     struct stat info;
-    if (fstatat(static_cast<int>(handle), name, &info, 0) != 0 || !S_ISDIR(info.st_mode))
+    if (fstat(static_cast<int>(handle), &info) != 0 || info.st_nlink == 0)
         return false;
     // Unlike the time of the last write nobody can set this one back, not even who copies a whole tree with its times.
     moment = {info.st_ctim.tv_sec, static_cast<u32>(info.st_ctim.tv_nsec)};
     return true;
 }
 
-bool FolderHandle::Read(const char* name, std::size_t most, std::string& bytes) const
+bool FolderHandle::Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes) const
 {
     // O_NONBLOCK: what has such a name may be a pipe.
     const int file = openat(static_cast<int>(handle), name, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
         return false;
-    constexpr std::size_t step = 16 << 10; // most records come with the first read
+    constexpr std::size_t step = 16 << 10; // nearly every record comes with the first read
     std::size_t filled = 0;
     bool whole = false;
-    while (filled <= most) {
-        bytes.resize(std::max(bytes.size(), filled + step));
-        const ssize_t got = read(file, bytes.data() + filled, bytes.size() - filled);
+    while (!whole && filled <= most) {
+        if (buffer.size() < filled + step)
+            buffer.resize(filled + step);
+        const ssize_t got = read(file, buffer.data() + filled, buffer.size() - filled);
         if (got < 0 && errno == EINTR)
             continue;
-        whole = got == 0;
-        if (got <= 0)
+        if (got < 0)
             break;
+        whole = static_cast<std::size_t>(got) < buffer.size() - filled; // as files end
         filled += static_cast<std::size_t>(got);
     }
     close(file);
-    bytes.resize(filled);
+    bytes = std::string_view(buffer.data(), filled);
     return whole && filled <= most;
+}
+
+bool FolderHandle::IsSmall() const
+{
+    constexpr off_t small = 16 << 10; // what a few hundred names take, in whichever way a file system counts
+    struct stat info;
+    return fstat(static_cast<int>(handle), &info) == 0 && info.st_size <= small;
 }
 
 std::vector<std::string> FolderHandle::SomeNames(std::size_t most) const

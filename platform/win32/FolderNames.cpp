@@ -105,38 +105,42 @@ bool FolderHandle::Has(const char* name) const
     return GetFileAttributesA((folder + name).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-bool FolderHandle::Changed(const char* name, FileMoment& moment) const
+bool FolderHandle::Changed(FileMoment& moment) const
 {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExA((folder + name).c_str(), GetFileExInfoStandard, &data) ||
+    if (!GetFileAttributesExA(folder.c_str(), GetFileExInfoStandard, &data) ||
         !(data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
         return false;
     moment = MomentOf(data.ftLastWriteTime);
     return true;
 }
 
-bool FolderHandle::Read(const char* name, std::size_t most, std::string& bytes) const
+bool FolderHandle::Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes) const
 {
     const OpenedHandle file(CreateFileA((folder + name).c_str(), GENERIC_READ,
                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         return false;
-    constexpr std::size_t step = 16 << 10; // most records come with the first read
+    constexpr std::size_t step = 16 << 10; // nearly every record comes with the first read
     std::size_t filled = 0;
     bool whole = false;
-    while (filled <= most) {
-        bytes.resize(std::max(bytes.size(), filled + step));
+    while (!whole && filled <= most) {
+        if (buffer.size() < filled + step)
+            buffer.resize(filled + step);
         DWORD got = 0;
-        if (!ReadFile(file.Get(), bytes.data() + filled, static_cast<DWORD>(bytes.size() - filled), &got, nullptr))
+        if (!ReadFile(file.Get(), buffer.data() + filled, static_cast<DWORD>(buffer.size() - filled), &got, nullptr))
             break;
-        whole = got == 0;
-        if (whole)
-            break;
+        whole = got < buffer.size() - filled; // as files end
         filled += got;
     }
-    bytes.resize(filled);
+    bytes = std::string_view(buffer.data(), filled);
     return whole && filled <= most;
+}
+
+bool FolderHandle::IsSmall() const
+{
+    return false; // nobody asks where names have no case
 }
 
 std::vector<std::string> FolderHandle::SomeNames(std::size_t most) const
