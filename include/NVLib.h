@@ -33,3 +33,6 @@
 #include "StreamInfo.h"
 #include "WaveFile.h"
 #include "WaveOut.h"
+#include "WaveFileChartWnd.h"
+#include "WaveFileOverviewWnd.h"
+#include "WaveFileWnd.h"
