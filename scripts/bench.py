@@ -152,7 +152,17 @@ def mp3():
                 add("frames of an hour of MP3", spent["walk_frames"], "ms", name, 1e3 * seconds_of([*argv, path("vbr-60min.mp3")]), less_is_better=True)
 
 
-jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3}
+def waveform():
+    best = run_benchmark("WaveViewBench", ".")
+    spent = {name: figures["real_time"] for name, figures in best.items()}
+    name, worst = max(((name, time) for name, time in spent.items() if name.startswith("page_with_peaks")), key=lambda entry: entry[1])
+    add(f"a page of an hour's waveform ({name})", worst, "ms", "four milliseconds", 4.0, "1", less_is_better=True)
+    add("a page, 256 frames a row", spent["page_with_peaks/256"], "ms", "its pixels filled and copied", spent["limit_fill_and_copy"], less_is_better=True)
+    name, worst = max(((name, time) for name, time in spent.items() if name.startswith("page_without_peaks")), key=lambda entry: entry[1])
+    add(f"a page without a peak file ({name})", worst, "ms", "thirty milliseconds", 30.0, "1", less_is_better=True)
+
+
+jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3, "waveform": waveform}
 for job in sys.argv[3:] or jobs:
     if job not in jobs:
         sys.exit(f"bench.py: no job '{job}' ({' '.join(jobs)})")

@@ -8,7 +8,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 usage_if_asked "$@"
 
 base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libstb-dev zlib1g-dev
-  bmagic libx11-dev libxtst-dev xvfb libasound2-dev libmp3lame-dev ffmpeg pkg-config libcurl4-openssl-dev libcdio-dev
+  bmagic libx11-dev libxtst-dev xvfb xdotool libasound2-dev libmp3lame-dev ffmpeg pkg-config libcurl4-openssl-dev libcdio-dev
   libarchive-dev libssl-dev)
 lint=(clang clang-tidy clang-format shellcheck)
 fuzz=(clang libclang-rt-14-dev)

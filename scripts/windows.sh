@@ -199,6 +199,8 @@ run_commands() { # FOLDER ENDING [RUNNER]: where the programs are, how their nam
   "${nvtool[@]}" frame track.bin --at 3 -o frame-3.png >frame.txt
   "${nvtool[@]}" frame split.cdg --at 0:21.5 --at 50 --visible --scale 2 -o frame.png --json >frame.json
   "${nvtool[@]}" sheet track.bin -o sheet.png >sheet.txt
+  "${nvtool[@]}" waveform track.bin -o waveform.png --view window --pointer 0:12 >waveform.txt
+  "${nvtool[@]}" waveform split.wav -o waveform-close.png --start 0:05 --density 7 >>waveform.txt
   for file in track.bin split.wav split.cdg; do
     "${nvtool[@]}" info "$file" >"info-$file.txt"
     "${nvtool[@]}" info --json "$file" >"info-$file.json"

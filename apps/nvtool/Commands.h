@@ -56,6 +56,8 @@ void AddCompare(CLI::App& app);
 void AddFind(CLI::App& app);
 void AddPalette(CLI::App& app);
 void AddClean(CLI::App& app);
+void AddView(CLI::App& app);
+void AddWaveform(CLI::App& app);
 
 // Adds the --json flag that every reporting command has.
 CLI::Option* AddJsonFlag(CLI::App& command, bool& json);

@@ -9,6 +9,7 @@
 #include "ProcessPage.h"
 #include "ResultFolder.h"
 #include "Sound.h"
+#include "WaveformPicture.h"
 
 #include <nlohmann/json.hpp>
 
@@ -23,7 +24,7 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr int kPageScale = 3;
-constexpr int kPicturePoints = 1000; // columns of the picture of the sound
+constexpr int kWaveformWidth = 1600, kWaveformHeight = 240;
 
 struct Options {
     std::string track, folder;
@@ -65,13 +66,16 @@ fs::path Split(const Options& options, ResultFolder& folder, TrackResults& resul
 }
 
 // `made` is the WAV file just made, if any: the one way to the sound of an image without subcode.
-void ReportSound(const Options& options, const fs::path& made, TrackResults& results)
+void ReportSound(const Options& options, const fs::path& made, ResultFolder& folder, TrackResults& results)
 {
     if (results.identity.kind == StreamKind::Graphics)
         return;
     const auto sound = OpenSound(made.empty() ? fs::path(options.track) : made);
     results.sound = ScanSound(*sound, options.silence);
-    results.levels = MeasureLevels(*sound, kPicturePoints);
+    if (sound->GetLength() == 0)
+        return;
+    results.waveform = "waveform.png";
+    WritePng(folder.Add(results.waveform), DrawWaveformStrip(*sound, kWaveformWidth, kWaveformHeight));
 }
 
 // Scans the track for screens and draws them.
@@ -195,7 +199,7 @@ void Run(const Options& options)
     TrackResults results = Begin(options);
     ResultFolder folder(options.folder, options.track);
     const fs::path wav = Split(options, folder, results);
-    ReportSound(options, wav, results);
+    ReportSound(options, wav, folder, results);
     if (results.identity.kind == StreamKind::DiscImage || results.identity.kind == StreamKind::Graphics)
         ReportGraphics(options, folder, results);
     WriteText(folder.Add("index.html"), BuildProcessPage(results));

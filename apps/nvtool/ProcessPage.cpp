@@ -26,8 +26,8 @@ audio { width: 100%; margin-top: 1.2rem; }
 .bar { display: block; width: 100%; height: 3.2rem; margin-top: 1rem; }
 .bar .all { fill: var(--card); stroke: var(--line); } .bar .quiet { fill: var(--quiet); }
 .bar .page { fill: var(--accent); } .bar .page:hover { fill: var(--ink); }
-.wave { display: block; width: 100%; height: 5rem; margin-top: 1rem; }
-.wave path { fill: var(--accent); opacity: .75; } .wave line { stroke: var(--line); }
+.wave { height: 10rem; } .wave image { image-rendering: auto; } .wave .quiet { fill: #fff; opacity: .13; }
+.wave .page { fill: #ffb23e; } .wave .page:hover { fill: #fff; }
 .scale { display: flex; justify-content: space-between; color: var(--dim); font-size: .85rem; }
 .facts { display: grid; grid-template-columns: repeat(auto-fit, minmax(17rem, 1fr)); gap: 1rem; }
 .card { background: var(--card); border: 1px solid var(--line); border-radius: .6rem; padding: 1rem 1.2rem; }
@@ -118,59 +118,40 @@ std::string Player(const TrackResults& results)
     return "<audio controls preload=\"metadata\" src=\"" + Escaped(results.wav) + "\"></audio>\n";
 }
 
-// A band for each channel, from the lowest to the highest sample of every column: the upper edge from left to right,
-// then the lower one back. Columns lie where their frames lie on the strip below.
-std::string SoundPicture(const TrackResults& results)
-{
-    const Levels& levels = results.levels;
-    if (levels.Points() == 0 || !results.sound || results.sound->seconds <= 0)
-        return {};
-    constexpr int bandHeight = 60;
-    const double columnSeconds =
-        results.sound->seconds * levels.framesPerPoint / static_cast<double>(std::max<i64>(1, results.sound->frames));
-    const double columnWidth = columnSeconds / results.Seconds() * 1000;
-    std::string text = "<svg class=\"wave\" viewBox=\"0 0 1000 " + std::to_string(bandHeight * levels.channels) +
-                       "\" preserveAspectRatio=\"none\" role=\"img\" aria-label=\"The sound from start to end\">\n";
-    const auto channels = static_cast<size_t>(levels.channels);
-    for (size_t c = 0; c < channels; ++c) {
-        const double centre = bandHeight * (static_cast<double>(c) + 0.5);
-        std::string path = "M";
-        const auto add = [&](size_t k, int value) {
-            const double height = value * (bandHeight / 2.0 - 1) / levels.fullScale;
-            path += Number(columnWidth * static_cast<double>(k), 1) + "," + Number(centre - height, 1) + " ";
-        };
-        for (size_t k = 0; k < levels.Points(); ++k)
-            add(k, levels.maxima[k * channels + c]);
-        for (size_t k = levels.Points(); k-- > 0;)
-            add(k, levels.minima[k * channels + c]);
-        const std::string y = Number(centre, 1);
-        text += "<line x1=\"0\" x2=\"1000\" y1=\"" + y + "\" y2=\"" + y + "\"/><path d=\"" + path + "Z\"/>\n";
-    }
-    return text + "</svg>\n";
-}
-
-// One strip for the whole track: silences in grey, a mark for each page.
+// One strip for the whole track: the sound's picture where there is one, silences in grey, a mark for each page.
 std::string Timeline(const TrackResults& results)
 {
     const double all = results.Seconds();
     if (all <= 0)
         return {};
     const auto place = [&](double seconds) { return Number(std::clamp(seconds / all, 0.0, 1.0) * 1000, 2); };
-    std::string text = "<svg class=\"bar\" viewBox=\"0 0 1000 40\" preserveAspectRatio=\"none\" role=\"img\" "
-                       "aria-label=\"The track from start to end\">\n"
-                       "<rect class=\"all\" x=\"0\" y=\"8\" width=\"1000\" height=\"24\"/>\n";
+    const bool hasWave = !results.waveform.empty();
+    const std::string within = hasWave ? "y=\"12\" height=\"140\"" : "y=\"8\" height=\"24\"";
+    std::string text = std::string("<svg class=\"bar") + (hasWave ? " wave" : "") + "\" viewBox=\"0 0 1000 " +
+                       (hasWave ? "160" : "40") +
+                       "\" preserveAspectRatio=\"none\" role=\"img\" aria-label=\"The track from start to end\">\n"
+                       "<rect class=\"all\" x=\"0\" width=\"1000\" " +
+                       within + "/>\n";
+    if (hasWave) // may end before the graphics do
+        text += "<image href=\"" + Escaped(results.waveform) + "\" x=\"0\" width=\"" + place(results.sound->seconds) +
+                "\" " + within + " preserveAspectRatio=\"none\"/>\n";
     if (results.sound)
         for (const auto& [start, end] : results.sound->silences) {
             const double from = results.sound->Seconds(start), to = results.sound->Seconds(end);
-            text += "<rect class=\"quiet\" x=\"" + place(from) + "\" y=\"8\" width=\"" + place(to - from) +
-                    "\" height=\"24\"><title>silence " + TimeText(from) + " to " + TimeText(to) + "</title></rect>\n";
+            text += "<rect class=\"quiet\" x=\"" + place(from) + "\" width=\"" + place(to - from) + "\" " + within +
+                    "><title>silence " + TimeText(from) + " to " + TimeText(to) + "</title></rect>\n";
         }
     for (size_t i = 0; i < results.pages.pages.size(); ++i) {
         const double seconds = CCDGInputFile::PackToTime(results.pages.pages[i].pack);
         const std::string number = std::to_string(i + 1);
-        text += "<a href=\"#page-" + number + "\"><rect class=\"page\" x=\"" +
-                place(std::max(0.0, seconds - all * 0.002)) + "\" y=\"2\" width=\"4\" height=\"36\"><title>page " +
-                number + " at " + TimeText(seconds) + "</title></rect></a>\n";
+        // Over a waveform a thin line with a broad head, so that the sound stays to be seen.
+        const std::string left = place(std::max(0.0, seconds - all * 0.002));
+        const std::string head = hasWave ? "y=\"0\" height=\"12\"/><rect class=\"page\" x=\"" +
+                                               place(std::max(0.0, seconds - all * 0.0005)) +
+                                               "\" width=\"1\" y=\"12\" height=\"148\""
+                                         : "y=\"2\" height=\"36\"";
+        text += "<a href=\"#page-" + number + "\"><title>page " + number + " at " + TimeText(seconds) +
+                "</title><rect class=\"page\" x=\"" + left + "\" width=\"4\" " + head + "/></a>\n";
     }
     return text + "</svg>\n<div class=\"scale\"><span>" + TimeText(0) + "</span><span>" + TimeText(all / 2) +
            "</span><span>" + TimeText(all) + "</span></div>\n";
@@ -331,8 +312,8 @@ std::string BuildProcessPage(const TrackResults& results)
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
            "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
            Escaped(results.title) + "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n" + Heading(results) +
-           Player(results) + SoundPicture(results) + Timeline(results) + PageFigures(results) + ScreenFigures(results) +
-           Silences(results) + Facts(results) + ContactSheetSection(results) +
+           Player(results) + Timeline(results) + PageFigures(results) + ScreenFigures(results) + Silences(results) +
+           Facts(results) + ContactSheetSection(results) +
            "<footer>Made by nvtool " NVTOOL_VERSION
            "; the same facts for programs are in <a href=\"report.json\">report.json</a>.</footer>\n<script>" +
            kScript + "</script>\n</body>\n</html>\n";

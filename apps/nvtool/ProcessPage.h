@@ -1,7 +1,6 @@
 // The page that 'nvtool process' leaves for a person: one HTML file that refers to nothing but the files beside it.
 #pragma once
 
-#include "Levels.h"
 #include "Pages.h"
 #include "ScreenPictures.h"
 #include "Sound.h"
@@ -18,14 +17,13 @@ struct TrackResults {
     std::string title; // the track's file name
     StreamIdentity identity;
     std::optional<SoundReport> sound;
-    Levels levels; // of the sound
     std::optional<CDGStreamInfo> graphics;
     PageList pages;
     std::vector<std::string> pictures; // one a page
     size_t screenCount = 0;
     std::vector<ScreenRun> screens;
     bool screensCut = false; // there were more
-    std::string wav, cdg, sheet;
+    std::string wav, cdg, sheet, waveform;
     std::vector<std::string> remarks;
 
     // The longer one of sound and graphics.

@@ -59,6 +59,8 @@ int main(int argc, char** argv)
     AddCompare(app);
     AddFind(app);
     AddSilence(app);
+    AddWaveform(app);
+    AddView(app);
     AddTag(app);
     AddPeaks(app);
     AddLevels(app);
