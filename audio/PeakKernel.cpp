@@ -2,16 +2,12 @@
 #include "PeakKernel.h"
 
 #include "CpuFeatures.h"
+#include "PeakKernelBody.h"
 
-#include <bit>
-#include <cstddef>
-#include <cstring>
 #include <emmintrin.h>
 
 namespace NV {
 namespace {
-
-#include "PeakKernelBody.h"
 
 /// Every 32 bits of the result hold the fold of all of them.
 template <class Operation>

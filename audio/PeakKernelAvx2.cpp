@@ -2,15 +2,12 @@
 // it uses nothing that other files share but std::countr_zero, which is made of whole numbers only.
 #include "PeakKernel.h"
 
-#include <bit>
-#include <cstddef>
-#include <cstring>
+#include "PeakKernelBody.h"
+
 #include <immintrin.h>
 
 namespace NV {
 namespace {
-
-#include "PeakKernelBody.h"
 
 /// Every 32 bits of the result hold the fold of all of them.
 template <class Operation>

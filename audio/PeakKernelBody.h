@@ -1,5 +1,5 @@
-// What the bodies of PeakKernel.h share, written over a kind of vector. Included once by each of their files, into its
-// unnamed namespace, so that every function here is compiled with that file's own flags and for it alone.
+// What the bodies of PeakKernel.h share, written over a kind of vector. All of it is in an unnamed namespace, so that
+// each body's file has functions of its own, compiled with that file's flags.
 //
 // A kind of vector has:
 //   Sample, Vector, wordVectors          vectors in a word, which is 64 samples
@@ -11,6 +11,17 @@
 // Two passes: the extremes of the whole block first, then where they are. The second one looks at all words, last word
 // first, and lets earlier places replace later ones: unlike a search that stops where it finds something, it has no
 // branch for the processor to guess wrong.
+
+#pragma once
+
+#include "PeakKernel.h"
+
+#include <bit>
+#include <cstddef>
+#include <cstring>
+
+namespace NV {
+namespace {
 
 constexpr int wordSamples = 64;
 
@@ -88,3 +99,6 @@ constexpr PeakFinder MakePeakFinder()
 {
     return {FindExtremes<Kind8, 1>, FindExtremes<Kind8, 2>, FindExtremes<Kind16, 1>, FindExtremes<Kind16, 2>};
 }
+
+} // namespace
+} // namespace NV

@@ -152,6 +152,22 @@ def mp3():
                 add("frames of an hour of MP3", spent["walk_frames"], "ms", name, 1e3 * seconds_of([*argv, path("vbr-60min.mp3")]), less_is_better=True)
 
 
+def peaks():
+    best = run_benchmark("PeakBench", "create|limit|kernel|points", NVLIB_BENCH_WAV="long.wav")
+    speed = {name.removesuffix("/real_time"): figures["bytes_per_second"] / 1e6 for name, figures in best.items() if "bytes_per_second" in figures}
+    one, two = speed["create_in_memory<OneThread>"], speed["create_in_memory<CWaveFile>"]
+    add("peaks of a recording, one thread", one, "MB/s", "merely read", speed["limit_read_only"])
+    add("peaks of a recording", two, "MB/s", "one thread", one, "1.5")
+    add("peaks of a recording", speed["create_on_disk"], "MB/s", "on disk as in memory: one thread", one)
+    add("extremes of sectors, SSE2", speed["kernel_in_memory/0"], "MB/s", "SSE2 loop from the file", speed["limit_sse2"], "0.7")
+    if have("long.wav"):
+        limit = limits("minmax", path("long.wav"))
+        add("peaks of a recording, one thread", one, "MB/s", "limit: records, AVX2, from the file", limit.get("peak records, AVX2, from the file, 1 thread"), "0.8")
+        add("peaks of a recording", two, "MB/s", "limit: the same, 2 threads", limit.get("peak records, AVX2, from the file, 2 threads"))
+    slowest = max((figures["real_time"], name) for name, figures in best.items() if name.startswith("points"))
+    add("2,000 points of an hour, slowest zoom", slowest[0], "ms", "five milliseconds", 5.0, "1", less_is_better=True)
+
+
 def waveform():
     best = run_benchmark("WaveViewBench", ".")
     spent = {name: figures["real_time"] for name, figures in best.items()}
@@ -162,7 +178,7 @@ def waveform():
     add(f"a page without a peak file ({name})", worst, "ms", "thirty milliseconds", 30.0, "1", less_is_better=True)
 
 
-jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3, "waveform": waveform}
+jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3, "peaks": peaks, "waveform": waveform}
 for job in sys.argv[3:] or jobs:
     if job not in jobs:
         sys.exit(f"bench.py: no job '{job}' ({' '.join(jobs)})")

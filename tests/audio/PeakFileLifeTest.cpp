@@ -237,7 +237,7 @@ TEST(PeakFileLife, TheFolderForTemporaryFilesTakesOver)
 {
     const PeakFolder folder;
     fs::create_directory(folder.Path("a.fpr")); // cannot be written to
-    folder.Age(10);
+    fs::last_write_time(folder.Path("a.wav"), fs::last_write_time(folder.Path("a.fpr")) + std::chrono::seconds(10));
     std::string place;
     {
         CPeakFile peaks;
