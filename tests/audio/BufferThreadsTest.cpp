@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr int capacity = 997, largest = 300, transfers = 1000000;
+// Room for some hundred transfers: each time one side has to wait costs a turn of the scheduler.
+constexpr int capacity = 65521, largest = 300, transfers = 1000000;
 
 // The byte at a place of the stream; its period has nothing in common with the capacity.
 u8 ByteAt(i64 place)
