@@ -2,6 +2,9 @@
 //
 // Units: frames of the object's own format at the interface; encoder chunks are counted in 16-bit samples. One thread
 // at a time; objects of several threads may encode side by side.
+//
+//   MP3OutFile.cpp           the encoder, opening, writing, closing
+//   MP3SettingsDialog.cpp    the settings, edited by the user
 #pragma once
 
 #include "LameConfig.h"
@@ -10,6 +13,7 @@
 #include <memory>
 
 class CCyclicBuffer;
+class CWnd;
 
 namespace NV {
 class Module;
@@ -44,9 +48,14 @@ public:
 
     /// 44.1 kHz stereo, 192 kbit/s, no preset, with the frame that tells the length.
     static void InitBEConfig(BE_CONFIG* config);
+    /// Lets the user edit the settings, in a dialog over `parent` (null: over nothing). Only when it is confirmed they
+    /// are written to `config`. For the thread of the windows.
+    static void EditParameters(BE_CONFIG* config, CWnd* parent);
 
     /// Settings of this object, in place of `c_EncodingParams` from the next `Open` on.
     void SetParameters(const BE_CONFIG& config);
+    /// The format is one that `Open` takes.
+    bool IsEncodable() const;
     /// Those that the open file is encoded with, or those of last time.
     const BE_CONFIG& GetParameters() const { return parameters; }
 
@@ -80,7 +89,6 @@ private:
     bool InitStream();
     bool StartEncoder();
     void FitToFormat();
-    bool IsEncodable() const;
     const void* EncoderSamples(const void* frames, int count);
     bool EncodeFromRing();
     bool WriteBytes(DWORD count);

@@ -152,6 +152,14 @@ def mp3():
                 add("frames of an hour of MP3", spent["walk_frames"], "ms", name, 1e3 * seconds_of([*argv, path("vbr-60min.mp3")]), less_is_better=True)
 
 
+def encode():
+    best = run_benchmark("EncodeBench", ".", NVLIB_BENCH_WAV="long.wav")
+    one = best["encoder_and_file"]
+    add("a minute into an MP3 file", one["over encoder"] * one["encoder alone s"], "s", "the encoder alone, same program", one["encoder alone s"], "1.02", less_is_better=True)
+    wall = {name: figures["real_time"] for name, figures in best.items() if name.startswith("threads")}
+    add("the same, two threads", wall["threads_wall_clock/threads:2/real_time"], "ms", "one thread", wall["threads_wall_clock/threads:1/real_time"], "0.59", less_is_better=True)
+
+
 def peaks():
     best = run_benchmark("PeakBench", "create|limit|kernel|points", NVLIB_BENCH_WAV="long.wav")
     speed = {name.removesuffix("/real_time"): figures["bytes_per_second"] / 1e6 for name, figures in best.items() if "bytes_per_second" in figures}
@@ -178,7 +186,7 @@ def waveform():
     add(f"a page without a peak file ({name})", worst, "ms", "thirty milliseconds", 30.0, "1", less_is_better=True)
 
 
-jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3, "peaks": peaks, "waveform": waveform}
+jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3, "encode": encode, "peaks": peaks, "waveform": waveform}
 for job in sys.argv[3:] or jobs:
     if job not in jobs:
         sys.exit(f"bench.py: no job '{job}' ({' '.join(jobs)})")

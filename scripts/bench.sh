@@ -2,7 +2,7 @@
 # Builds and runs the benchmarks, beside outside tools that do the same job and, where ../shared/bench-peers holds programs
 # for it, beside what this machine allows at all. Prints the ratios as a table; run nothing else meanwhile.
 #
-#   scripts/bench.sh [JOB...]      jobs: cdg scan split silence mp3 peaks waveform (all of them without one)
+#   scripts/bench.sh [JOB...]      jobs: cdg scan split silence mp3 encode peaks waveform (all of them without one)
 #
 # Each figure is the best of several passes, files in the page cache. Raw results lie in out/bench.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -10,7 +10,7 @@ usage_if_asked "$@"
 "$root/scripts/setup.sh" base bench
 
 step "Build"
-build release CdgBench ScanBench SplitBench SilenceBench Mp3WalkBench PeakBench WaveViewBench
+build release CdgBench ScanBench SplitBench SilenceBench Mp3WalkBench EncodeBench PeakBench WaveViewBench
 
 work=$root/out/bench
 peers=$root/../shared/bench-peers

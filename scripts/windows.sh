@@ -88,6 +88,31 @@ make_prefix() {
   printf '%s\n' "$versions" >"$NVLIB_WINDOWS_PREFIX/versions"
 }
 
+# The MP3 encoder's DLL, which nothing links with and the library loads: the encoder's library and the interface in Dll/, both
+# of LAME's own sources.
+make_encoder() {
+  local source shim log=$cache/lame_enc-build.log
+  local made=$NVLIB_WINDOWS_PREFIX/bin/lame_enc.dll
+  [[ ! -e $made ]] || return 0
+  source=$(debian_source lame)
+  shim=$source/case-of-names # what Windows finds in any case
+  mkdir -p "$shim" "$NVLIB_WINDOWS_PREFIX/bin"
+  printf '#include <windef.h>\n' >"$shim/Windef.h"
+  say "Building lame_enc.dll for 32-bit Windows"
+  if ! (
+    export CC=i686-w64-mingw32-gcc-posix CFLAGS='-O2 -msse2 -mfpmath=sse'
+    cd "$source" &&
+      ./configure --host=i686-w64-mingw32 --disable-shared --disable-frontend --disable-decoder &&
+      make -j "$cores" -C libmp3lame &&
+      "$CC" -O2 -shared -static -s -I include -I libmp3lame -I "$shim" -o "$made.part" Dll/BladeMP3EncDLL.c \
+        libmp3lame/.libs/libmp3lame.a &&
+      mv "$made.part" "$made"
+  ) >"$log" 2>&1; then
+    tail -n 30 "$log" >&2
+    die "building lame_enc.dll failed; the whole log is $log"
+  fi
+}
+
 # ---- Build --------------------------------------------------------------------------------------------------------------
 
 # imports FILE: the DLLs that it asks for.
@@ -95,7 +120,7 @@ imports() { i686-w64-mingw32-objdump -p "$1" | sed -n 's/^[[:space:]]*DLL Name: 
 
 check_imports() {
   local file strangers
-  for file in "$out/bin/NVLib.dll" "$out/bin/"*.exe; do
+  for file in "$out/bin/"*.dll "$out/bin/"*.exe; do
     strangers=$(imports "$file" | grep -viE "^(NVLib|$system_dlls)\.dll$" || true)
     [[ -z $strangers ]] || die "$(basename "$file") asks for DLLs that Windows does not have: ${strangers//$'\n'/ }"
   done
@@ -105,7 +130,9 @@ check_imports() {
 step_build() {
   step "Build for 32-bit Windows"
   make_prefix
+  make_encoder
   build windows
+  install -m 644 "$NVLIB_WINDOWS_PREFIX/bin/lame_enc.dll" "$out/bin"
   check_imports
 }
 

@@ -49,6 +49,8 @@ void AddTag(CLI::App& app);
 void AddPeaks(CLI::App& app);
 void AddLevels(CLI::App& app);
 void AddMakeSample(CLI::App& app);
+void AddMp3(CLI::App& app);
+void AddPlay(CLI::App& app);
 void AddProcess(CLI::App& app);
 void AddScan(CLI::App& app);
 void AddThumbprint(CLI::App& app);

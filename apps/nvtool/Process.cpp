@@ -5,6 +5,7 @@
 #include "ContactSheet.h"
 #include "GraphicsReport.h"
 #include "Interrupt.h"
+#include "Mp3.h"
 #include "Pages.h"
 #include "ProcessPage.h"
 #include "ResultFolder.h"
@@ -29,6 +30,7 @@ constexpr int kWaveformWidth = 1600, kWaveformHeight = 240;
 struct Options {
     std::string track, folder;
     SilenceOptions silence;
+    bool mp3 = false;
     bool json = false;
 };
 
@@ -101,6 +103,18 @@ void ReportScreens(const Options& options, CCDGRenderer& renderer, ResultFolder&
         }
         progress.Update(++done);
     }
+}
+
+// Plays where the WAV file does, in a fraction of the room.
+void EncodeSound(const Options& options, const fs::path& made, ResultFolder& folder, TrackResults& results)
+{
+    if (!options.mp3)
+        return;
+    if (results.identity.kind == StreamKind::Graphics)
+        throw Error(options.track, "has no sound to make an MP3 file of");
+    const fs::path from = made.empty() ? fs::path(options.track) : made;
+    results.mp3 = "track.mp3";
+    MakeMp3([&] { return OpenSound(from); }, options.track, folder.Add(results.mp3), {});
 }
 
 void ReportGraphics(const Options& options, ResultFolder& folder, TrackResults& results)
@@ -197,9 +211,12 @@ void Run(const Options& options)
 {
     CatchInterrupts();
     TrackResults results = Begin(options);
+    if (options.mp3)
+        RequireMp3Encoder(); // before the work
     ResultFolder folder(options.folder, options.track);
     const fs::path wav = Split(options, folder, results);
     ReportSound(options, wav, folder, results);
+    EncodeSound(options, wav, folder, results);
     if (results.identity.kind == StreamKind::DiscImage || results.identity.kind == StreamKind::Graphics)
         ReportGraphics(options, folder, results);
     WriteText(folder.Add("index.html"), BuildProcessPage(results));
@@ -232,6 +249,7 @@ void AddProcess(CLI::App& app)
         ->required()
         ->type_name("DIR");
     AddSilenceOptions(command, options->silence);
+    command.add_flag("--mp3", options->mp3, "Also make track.mp3, which the page then plays");
     AddJsonFlag(command, options->json);
     command.footer(
         "\nDIR then holds index.html (open it in a browser), report.json, track.wav, track.cdg, a picture of\n"

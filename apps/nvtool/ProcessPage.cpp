@@ -113,9 +113,10 @@ std::string Heading(const TrackResults& results)
 
 std::string Player(const TrackResults& results)
 {
-    if (results.wav.empty())
+    const std::string& sound = results.mp3.empty() ? results.wav : results.mp3;
+    if (sound.empty())
         return {};
-    return "<audio controls preload=\"metadata\" src=\"" + Escaped(results.wav) + "\"></audio>\n";
+    return "<audio controls preload=\"metadata\" src=\"" + Escaped(sound) + "\"></audio>\n";
 }
 
 // One strip for the whole track: the sound's picture where there is one, silences in grey, a mark for each page.
@@ -201,7 +202,7 @@ std::string Facts(const TrackResults& results)
         text += GraphicsCard(*results.graphics) + PacksCard(*results.graphics);
     text += "</div>\n";
     std::string files;
-    for (const std::string& name : {results.wav, results.cdg})
+    for (const std::string& name : {results.wav, results.mp3, results.cdg})
         if (!name.empty())
             files += (files.empty() ? "" : ", ") + ("<a href=\"" + Escaped(name) + "\">" + Escaped(name) + "</a>");
     return files.empty() ? text : text + "<p class=\"note\">Files: " + files + "</p>\n";

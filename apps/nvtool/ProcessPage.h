@@ -23,7 +23,7 @@ struct TrackResults {
     size_t screenCount = 0;
     std::vector<ScreenRun> screens;
     bool screensCut = false; // there were more
-    std::string wav, cdg, sheet, waveform;
+    std::string wav, mp3, cdg, sheet, waveform;
     std::vector<std::string> remarks;
 
     // The longer one of sound and graphics.

@@ -67,6 +67,8 @@ int main(int argc, char** argv)
     AddSplit(app);
     AddJoin(app);
     AddMakeSample(app);
+    AddPlay(app);
+    AddMp3(app);
 
     try {
         app.parse(argc, argv);

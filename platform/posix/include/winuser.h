@@ -85,6 +85,9 @@ enum : UINT {
 // What WM_SIZE tells in wParam.
 enum : UINT { SIZE_RESTORED = 0, SIZE_MINIMIZED = 1, SIZE_MAXIMIZED = 2 };
 
+// What dialogs give back.
+enum : int { IDOK = 1, IDCANCEL = 2 };
+
 // What mouse messages tell in wParam.
 enum : UINT { MK_LBUTTON = 0x01, MK_RBUTTON = 0x02, MK_SHIFT = 0x04, MK_CONTROL = 0x08, MK_MBUTTON = 0x10 };
 
