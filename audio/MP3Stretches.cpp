@@ -20,9 +20,9 @@ constexpr i64 leadIn = 256;
 constexpr i64 tryOver = 128;
 constexpr i64 tail = 8;
 constexpr i64 shortest = 1024;
-// With a constant bit rate some frames are a byte longer, in a pattern that at 44,100, 22,050 and 11,025 Hz repeats after
-// this many frames at the latest, and is none at other rates. Stretches begin where it does, or their frames would never
-// be the same.
+// With a constant bit rate some frames are a byte longer, in a pattern that at 44,100, 22,050 and 11,025 Hz repeats
+// after this many frames at the latest, and is none at other rates. Stretches begin where it does, or their frames
+// would never be the same.
 constexpr i64 paddingPeriod = 49;
 
 constexpr std::size_t pieceBytes = 256 << 10;

@@ -207,7 +207,6 @@ public:
     static int Base64BufferSize(int count);
 
 private:
-
     void ClearError();
     int Fail(u32 error, const char* message);
     CString GetProxyHeader(const CCDDBSite& site) const;

@@ -84,16 +84,16 @@ TEST_F(LocalTest, TheBestRecordWins)
         std::vector<Entry> entries;
         Found wanted;
     };
-    const u32 far = (0x20 + 17) << 24 | (discId & 0xFFFFFF);
-    const u32 near = (0x20 + 16) << 24 | (discId & 0xFFFFFF), below = (0x20 - 16) << 24 | (discId & 0xFFFFFF);
+    const u32 tooFar = (0x20 + 17) << 24 | (discId & 0xFFFFFF);
+    const u32 close = (0x20 + 16) << 24 | (discId & 0xFFFFFF), below = (0x20 - 16) << 24 | (discId & 0xFFFFFF);
     const Case cases[] = {
         {"nothing there", {}, {}},
         {"exact", {{"rock", 0, discId}}, {"rock:0"}},
-        {"first byte off by 16", {{"rock", 5, near}}, {"rock:5"}},
+        {"first byte off by 16", {{"rock", 5, close}}, {"rock:5"}},
         {"first byte off by -16", {{"rock", 5, below}}, {"rock:5"}},
-        {"first byte off by 17", {{"rock", 0, far}}, {}},
-        {"the closer one, the other has another id", {{"folk", 9, near}, {"rock", 8, below}}, {"rock:8"}},
-        {"the other has the id asked for", {{"folk", 9, discId}, {"rock", 1, near}}, {"rock:1", "folk:9"}},
+        {"first byte off by 17", {{"rock", 0, tooFar}}, {}},
+        {"the closer one, the other has another id", {{"folk", 9, close}, {"rock", 8, below}}, {"rock:8"}},
+        {"the other has the id asked for", {{"folk", 9, discId}, {"rock", 1, close}}, {"rock:1", "folk:9"}},
         {"as close: the first folder", {{"rock", 4, discId}, {"folk", 4, discId}}, {"folk:4", "rock:4"}},
         {"as close: karaoke", {{"folk", 4, discId}, {"karaoke", 4, discId}}, {"karaoke:4", "folk:4"}},
         {"karaoke is off by a bit", {{"folk", 0, discId}, {"karaoke", 3, discId}}, {"karaoke:3", "folk:0"}},

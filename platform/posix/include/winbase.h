@@ -13,7 +13,7 @@ constexpr UINT GMEM_MOVEABLE = 0x0002;
 /// Bytes that GlobalLock tells the place of; null when there is no memory.
 HGLOBAL GlobalAlloc(UINT flags, SIZE_T bytes);
 /// Where the bytes lie until GlobalUnlock.
-LPVOID GlobalLock(HGLOBAL memory);
+void* GlobalLock(HGLOBAL memory);
 /// Always FALSE: nothing here moves, so nothing stays locked.
 BOOL GlobalUnlock(HGLOBAL memory);
 /// Always null.

@@ -85,5 +85,5 @@ using RECT = tagRECT;
 using LPRECT = tagRECT*;
 using LPCRECT = const tagRECT*;
 
-#include "winuser.h" // the rest, as with the system's own
 #include "winbase.h"
+#include "winuser.h" // the rest, as with the system's own
