@@ -9,10 +9,10 @@ usage_if_asked "$@"
 
 base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libstb-dev zlib1g-dev
   bmagic libx11-dev libxtst-dev xvfb xdotool libasound2-dev libmp3lame-dev ffmpeg pkg-config libcurl4-openssl-dev libcdio-dev
-  libarchive-dev libssl-dev)
+  libarchive-dev libssl-dev python3 mpg123)
 lint=(clang clang-tidy clang-format shellcheck)
 fuzz=(clang libclang-rt-14-dev)
-bench=(python3 libavcodec-dev libavutil-dev)
+bench=(libavcodec-dev libavutil-dev)
 windows=(g++-mingw-w64-i686-posix libz-mingw-w64-dev debootstrap dpkg-dev)
 
 wanted=("${base[@]}")

@@ -44,7 +44,7 @@ protected:
 
 TEST_F(NvtoolSound, Mp3FilesDecodeToTheRightLength)
 {
-    const std::size_t frames = (fs::file_size("track.wav") - 44) / 4;
+    const auto frames = static_cast<std::size_t>((fs::file_size("track.wav") - 44) / 4);
     ASSERT_EQ(Nvtool("mp3 track.bin -o a.mp3 --bitrate 128"), 0) << Errors();
     ASSERT_EQ(Nvtool("mp3 track.wav -o v.mp3 --vbr 4"), 0) << Errors();
     ASSERT_EQ(Nvtool("mp3 track.wav -o j.mp3 --vbr 4 --jobs 2"), 0) << Errors();
