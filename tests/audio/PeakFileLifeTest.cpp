@@ -44,7 +44,10 @@ struct PeakFolder : TempFolder {
     /// Makes the peak file so many seconds older than the audio.
     void Age(int seconds) const
     {
-        fs::last_write_time(Path("a.fpr"), fs::last_write_time(Path("a.wav")) - std::chrono::seconds(seconds));
+        // Both are set, since a system may set times more coarsely than it keeps them.
+        const auto audio = fs::last_write_time(Path("a.wav"));
+        fs::last_write_time(Path("a.wav"), audio);
+        fs::last_write_time(Path("a.fpr"), audio - std::chrono::seconds(seconds));
     }
     /// The names of all files but the audio.
     std::vector<std::string> Others() const
