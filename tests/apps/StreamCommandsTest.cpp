@@ -221,7 +221,8 @@ TEST_F(NvtoolStreams, FindKeepsThumbprintsAndTrustsNoneThatIsOutOfDate)
 
     // Another stream under an old name; by its time alone when it is as long.
     const auto time = fs::last_write_time("songs/deep/again.bin");
-    fs::copy("songs/deep/b.bin", "songs/deep/again.bin", fs::copy_options::overwrite_existing);
+    fs::remove("songs/deep/again.bin");
+    fs::copy("songs/deep/b.bin", "songs/deep/again.bin");
     fs::last_write_time("songs/deep/again.bin", time + std::chrono::seconds(2));
     report = find();
     EXPECT_EQ(report["fromCache"], 3);
