@@ -47,6 +47,7 @@ BOOL CWnd::PostMessage(UINT message, WPARAM wParam, LPARAM lParam) const
 LRESULT CWnd::Receive(UINT message, WPARAM wParam, LPARAM lParam)
 {
     const Handling handling(message, wParam, lParam);
+    // NOLINTNEXTLINE(clang-analyzer-deadcode.DeadStores): for what follows a caught exception
     const HWND window = m_hWnd;
     try {
         const LRESULT result = WindowProc(message, wParam, lParam);

@@ -39,7 +39,7 @@ BOOL CWinThread::CreateThread()
     const HANDLE handle = SystemThread::Start(&CWinThread::Entry, given.get(), m_nThreadID);
     m_hThread = handle;
     if (handle)
-        given.release(); // the thread has it
+        static_cast<void>(given.release()); // the thread has it
     return handle != nullptr;
 }
 

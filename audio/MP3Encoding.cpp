@@ -155,7 +155,7 @@ Outcome Encode(const MP3EncodingJob& job)
     if (job.threads > 1) {
         MP3Stretches stretches;
         if (stretches.Plan(*sound, job.config, job.path, job.threads)) {
-            const Outcome outcome = EncodeSideBySide(job, *sound, stretches.All());
+            Outcome outcome = EncodeSideBySide(job, *sound, stretches.All());
             if (!outcome)
                 return outcome;
             switch (stretches.Join()) {

@@ -51,7 +51,7 @@ CMP3OutFile::CMP3OutFile() : module(std::make_unique<Module>()), parameters(c_En
 
 CMP3OutFile::~CMP3OutFile()
 {
-    Close();
+    CMP3OutFile::Close();
 }
 
 bool CMP3OutFile::InitLame()

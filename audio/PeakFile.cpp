@@ -77,7 +77,9 @@ int CPeakFile::NewFileNecessary() const
     return peaks.written < audio.written;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): applications rely on this signature
 int CPeakFile::Create(CString path, CSoundFile* newSource, int wantedSize, bool withProgress,
+                      // NOLINTNEXTLINE(performance-unnecessary-value-param): the same
                       std::function<bool()> cancel)
 {
     if (peaksValid)
@@ -143,6 +145,7 @@ bool CPeakFile::Make(const std::function<bool()>& cancel)
     return FillHeaderFields() && WriteHeader() && AllocateBuffers() && WritePeaks(false, showProgress, cancel);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): applications rely on this signature
 int CPeakFile::Initialize(CString path)
 {
     if (peaksValid)

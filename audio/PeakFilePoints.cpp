@@ -227,6 +227,7 @@ int CPeakFile::GetPoints(i64 firstFrame, int count, int framesPerPoint, void* mi
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): applications rely on this signature
 int CPeakFile::GetData(int firstFrame, int count, int framesPerPoint, void* minima, void* maxima, CString)
 {
     return GetPoints(firstFrame, count, framesPerPoint, minima, maxima);

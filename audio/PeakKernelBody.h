@@ -23,6 +23,7 @@
 namespace NV {
 namespace {
 
+// NOLINTNEXTLINE(misc-definitions-in-headers): each includer has its own, in its unnamed namespace
 constexpr int wordSamples = 64;
 
 template <class Sample>

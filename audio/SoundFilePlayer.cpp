@@ -107,6 +107,7 @@ void CSoundFilePlayer::FadeOut(double seconds)
 
 bool CSoundFilePlayer::Start(i64 from, bool fresh)
 {
+    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): there is a file where this is called
     if (file->Seek(from, 0) != from)
         return false;
     out->Flush(from); // the position, until the first block has been heard
@@ -222,7 +223,7 @@ bool CSoundFilePlayer::FeedBlock(i64 at, int frames)
     auto user = std::make_unique<CWaveOutUserData>(CWaveOutUserData{at, frames});
     if (!out->AddBuffer(block.data(), static_cast<int>(bytes), user.get()))
         return false;
-    user.release(); // the output's now
+    static_cast<void>(user.release()); // the output's now
     return true;
 }
 

@@ -41,9 +41,9 @@ constexpr int flagHeight = figureHeight + 6, flagLeft = 2, narrowestFlag = 40;
 constexpr int barDensity = 100; // above it rows are bars
 constexpr int pointerShadow = 110;
 
-int Mixed(int from, int to, int share)
+BYTE Mixed(int from, int to, int share)
 {
-    return from + (to - from) * share / 256;
+    return static_cast<BYTE>(from + (to - from) * share / 256);
 }
 
 CRect BandOf(const CRect& samples, int channel, int channels)

@@ -211,7 +211,7 @@ int CWaveOut::OnAddBuffer(const void* data, int bytes, CWaveOutUserData* user)
         Pause(1);
     if (!WriteBlock(*block))
         return 0;
-    block.release(); // in the list of blocks out
+    static_cast<void>(block.release()); // in the list of blocks out
     return 1;
 }
 

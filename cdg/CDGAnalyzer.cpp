@@ -136,6 +136,7 @@ private:
 CCDGAnalyzer::CCDGAnalyzer() = default;
 CCDGAnalyzer::~CCDGAnalyzer() = default;
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): applications rely on this signature
 bool CCDGAnalyzer::ReadFromFile(CFile* file, int snapshotPack, std::function<bool()> isCancelled)
 {
     m_pRawPacks.reset();

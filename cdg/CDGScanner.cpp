@@ -168,6 +168,7 @@ private:
 
 } // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): applications rely on this signature
 bool CCDGScanner::ScanFile(const char* path, std::function<bool()> isCancelled)
 {
     const Running running(m_bScanning);

@@ -51,4 +51,5 @@ PackedBits::Bytes PackedBits::Serialize(u32 bitCount)
     Bytes bytes{std::make_unique_for_overwrite<u8[]>(packed.size()), packed.size()};
     std::copy_n(packed.data(), packed.size(), bytes.data.get());
     return bytes;
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the caller's
 }

@@ -126,6 +126,7 @@ public:
             if (spare != 0) {
                 // The values in the middle take one bit less.
                 const int length = static_cast<int>(std::bit_width(spare + 1)) - 1;
+                // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): at least 0: there is a bit to read
                 const i32 half = static_cast<i32>(((u32{2} << length) - spare - 1) / 2),
                           centre = static_cast<i32>(spare / 2);
                 const i32 below = centre - half - static_cast<i32>((spare + 1) & 1), above = centre + half + 1;

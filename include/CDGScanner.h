@@ -31,6 +31,7 @@ struct NVLIB_API CDGXorTile {
 /// A bool that one thread sets and another reads, and that is copied like a bool.
 class CCDGStopFlag {
 public:
+    // NOLINTNEXTLINE(google-explicit-constructor): takes the place of a bool
     CCDGStopFlag(bool on = false) : flag(on) {}
     CCDGStopFlag(const CCDGStopFlag& other) : flag(bool(other)) {}
     CCDGStopFlag& operator=(const CCDGStopFlag& other) { return *this = bool(other); }
@@ -39,6 +40,7 @@ public:
         flag.store(on, std::memory_order_relaxed);
         return *this;
     }
+    // NOLINTNEXTLINE(google-explicit-constructor): takes the place of a bool
     operator bool() const { return flag.load(std::memory_order_relaxed); }
 
 private:

@@ -8,7 +8,6 @@
 #include "NVExport.h"
 #include "NVTypes.h"
 #include "SoundFile.h"
-#include "ThreadSafety.h"
 #include "WaveOut.h"
 
 #include <atomic>
@@ -65,7 +64,7 @@ public:
 
 private:
     struct WorkerEnd {
-        void operator()(CWaveOut* out) const { out->Delete(); }
+        void operator()(CWaveOut* output) const { output->Delete(); }
     };
 
     bool Start(i64 from, bool fresh);
@@ -91,7 +90,7 @@ private:
     mutable std::mutex mutex;
     mutable std::condition_variable stateChanged;
     // What was seen returned last, and when.
-    mutable i64 seen NV_GUARDED_BY(mutex) = -1;
-    mutable std::chrono::steady_clock::time_point seenAt NV_GUARDED_BY(mutex);
+    mutable i64 seen = -1;                                // under the mutex
+    mutable std::chrono::steady_clock::time_point seenAt; // under the mutex
     std::thread feeder;
 };

@@ -27,6 +27,7 @@ struct CWaveOutUserData {
     int frames = 0;   ///< Of the block; 0 in the records that `Flush` makes.
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): it deletes itself when its thread ends
 class NVLIB_API CWaveOut : public CWinThread {
     DECLARE_DYNCREATE(CWaveOut)
 public:

@@ -82,9 +82,10 @@ std::vector<CCDDBTrackPosition> PositionsFrom(u32 discId, const std::vector<i32>
 {
     std::vector<CCDDBTrackPosition> positions;
     for (const i32 offset : offsets)
+        // NOLINTNEXTLINE(performance-inefficient-vector-operation): a hundred at most
         positions.push_back(PositionOf(std::max(offset, 0)));
     const CCDDBTrackPosition& first = positions.front();
-    const i64 leadOutSeconds = (discId >> 8 & 0xFFFF) + first.seconds + first.minutes; // see ComputeDiscID
+    const i64 leadOutSeconds = i64{discId >> 8 & 0xFFFF} + first.seconds + first.minutes; // see ComputeDiscID
     positions.push_back(PositionOf(leadOutSeconds * 75));
     return positions;
 }

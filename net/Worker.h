@@ -27,6 +27,7 @@ class Worker {
 public:
     Worker() = default;
     template <class Work>
+    // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): it can be neither copied nor moved
     explicit Worker(Work&& work)
     {
         std::promise<void> done;

@@ -170,6 +170,7 @@ std::vector<RECT> WindowTree::VisibleParts(HWND window, const std::vector<RECT>&
     POINT origin = OriginInTop(window);
     std::vector<RECT> parts;
     for (const RECT& part : area)
+        // NOLINTNEXTLINE(performance-inefficient-vector-operation): a few
         parts.push_back(Moved(Common(part, ClientRect(window)), origin));
     SubtractChildren(parts, *Find(window), origin);
     for (const Window* at = Find(window); at->parent; at = Find(at->parent)) {

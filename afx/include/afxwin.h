@@ -33,6 +33,7 @@ public:
         y += byY;
     }
     friend bool operator==(const CPoint& a, const CPoint& b) { return a.x == b.x && a.y == b.y; }
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): records of the system have no initial values
     CPoint operator+(const SIZE& by) const { return CPoint(x + by.cx, y + by.cy); }
     CPoint operator-(const SIZE& by) const { return CPoint(x - by.cx, y - by.cy); }
     CSize operator-(const POINT& other) const { return CSize(x - other.x, y - other.y); }
@@ -53,6 +54,7 @@ public:
     }
     CRect(const RECT& other) : tagRECT(other) {}
     CRect(LPCRECT other) : tagRECT(*other) {}
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): records of the system have no initial values
     CRect(POINT topLeft, SIZE size) : tagRECT{topLeft.x, topLeft.y, topLeft.x + size.cx, topLeft.y + size.cy} {}
     CRect(POINT topLeft, POINT bottomRight) : tagRECT{topLeft.x, topLeft.y, bottomRight.x, bottomRight.y} {}
 
@@ -91,6 +93,7 @@ public:
     /// Makes this the part that both have. FALSE, and all sides 0, when there is none.
     BOOL IntersectRect(LPCRECT a, LPCRECT b)
     {
+        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): the system's records begin unset
         const CRect common(a->left > b->left ? a->left : b->left, a->top > b->top ? a->top : b->top,
                            a->right < b->right ? a->right : b->right, a->bottom < b->bottom ? a->bottom : b->bottom);
         const bool any = !common.IsRectEmpty(); // nor is there one with an empty rectangle

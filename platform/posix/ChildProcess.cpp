@@ -40,10 +40,10 @@ public:
     ~PosixChild() override
     {
         if (!ended) {
-            Kill();
-            Wait(kLastWait);
+            PosixChild::Kill();
+            PosixChild::Wait(kLastWait);
         }
-        ExitCode();
+        PosixChild::ExitCode();
     }
 
     bool Wait(int milliseconds) override
@@ -199,6 +199,7 @@ std::unique_ptr<ChildProcess> StartChild(const std::string& commandLine, const s
     const std::string program = ProgramPath(arguments[0], folder);
     std::vector<char*> list;
     for (std::string& argument : arguments)
+        // NOLINTNEXTLINE(performance-inefficient-vector-operation): a few
         list.push_back(argument.data());
     list.push_back(nullptr);
 

@@ -45,9 +45,9 @@ struct PeakFolder : TempFolder {
     void Age(int seconds) const
     {
         // Both are set, since a system may set times more coarsely than it keeps them.
-        const auto audio = fs::last_write_time(Path("a.wav"));
-        fs::last_write_time(Path("a.wav"), audio);
-        fs::last_write_time(Path("a.fpr"), audio - std::chrono::seconds(seconds));
+        const auto heard = fs::last_write_time(Path("a.wav"));
+        fs::last_write_time(Path("a.wav"), heard);
+        fs::last_write_time(Path("a.fpr"), heard - std::chrono::seconds(seconds));
     }
     /// The names of all files but the audio.
     std::vector<std::string> Others() const

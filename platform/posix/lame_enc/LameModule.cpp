@@ -223,7 +223,7 @@ ENTRY BE_ERR beCloseStream(HBE_STREAM stream)
 ENTRY BE_ERR beWriteInfoTag(HBE_STREAM stream, const char* path)
 {
     if (stream == closedLast.get())
-        closedLast.release(); // one owner
+        static_cast<void>(closedLast.release()); // one owner
     return WriteFirstFrame(Lame(LameOf(stream)), path);
 }
 
