@@ -9,6 +9,11 @@ int OpenHandleCount()
     return GetProcessHandleCount(GetCurrentProcess(), &count) ? static_cast<int>(count) : 0;
 }
 
+int SystemHandleCount()
+{
+    return 10;
+}
+
 int ThreadCount()
 {
     return 1;
