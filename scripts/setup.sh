@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the other scripts need and that are not there yet. Silent when nothing is missing.
 #
-#   scripts/setup.sh [GROUP...]     groups: base (default) lint fuzz bench windows all
+#   scripts/setup.sh [GROUP...]     groups: base (default) browser lint fuzz bench windows all
 #
 # Runs as root or with sudo.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -10,6 +10,7 @@ usage_if_asked "$@"
 base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libstb-dev zlib1g-dev
   bmagic libx11-dev libxtst-dev xvfb xdotool libasound2-dev libmp3lame-dev ffmpeg pkg-config libcurl4-openssl-dev libcdio-dev
   libarchive-dev libssl-dev python3 mpg123)
+browser=(chromium)
 lint=(clang clang-tidy clang-format shellcheck)
 fuzz=(clang libclang-rt-14-dev)
 bench=(libavcodec-dev libavutil-dev)
@@ -19,12 +20,13 @@ wanted=("${base[@]}")
 for group in "$@"; do
   case $group in
     base) ;;
+    browser) wanted+=("${browser[@]}") ;;
     lint) wanted+=("${lint[@]}") ;;
     fuzz) wanted+=("${fuzz[@]}") ;;
     bench) wanted+=("${bench[@]}") ;;
     windows) wanted+=("${windows[@]}") ;;
-    all) wanted+=("${lint[@]}" "${fuzz[@]}" "${bench[@]}" "${windows[@]}") ;;
-    *) die "no group named '$group' (base lint fuzz bench windows all)" ;;
+    all) wanted+=("${browser[@]}" "${lint[@]}" "${fuzz[@]}" "${bench[@]}" "${windows[@]}") ;;
+    *) die "no group named '$group' (base browser lint fuzz bench windows all)" ;;
   esac
 done
 

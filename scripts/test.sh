@@ -6,7 +6,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 usage_if_asked "$@"
 
 step "Packages"
-"$root/scripts/setup.sh"
+"$root/scripts/setup.sh" base browser
 say "All there."
 
 step "Build"

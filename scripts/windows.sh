@@ -242,6 +242,9 @@ run_commands() { # FOLDER ENDING [RUNNER]: where the programs are, how their nam
   "${nvtool[@]}" palette --json track.bin --at 30 >palette.json
   "${nvtool[@]}" clean --json track.bin >clean.json
   "${nvtool[@]}" process track.bin -o processed | sed 's|\\|/|g' >process.txt # a path in each system's own way
+  mkdir songs
+  cp split.cdg split.wav track.bin songs
+  "${nvtool[@]}" process songs -o processed-songs 2>&1 | sed 's|\\|/|g' >process-songs.txt
   "${@:3}" "$bin/track_player$ending" track.bin 21.5 frame.bmp | tr -d '\r' >player.txt
 }
 

@@ -81,7 +81,8 @@ std::string TimeText(double seconds);
 std::string PathText(const std::filesystem::path& path);
 
 // A bar on standard error for work that takes more than a second. Draws only when standard error is a terminal, and
-// removes itself at the end, so nothing of it lands in a log.
+// removes itself at the end, so nothing of it lands in a log. On other threads than the main one it draws nothing: what
+// they work for has a bar of its own.
 class Progress {
 public:
     // `total` in any unit; 0 draws nothing.

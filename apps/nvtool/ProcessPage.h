@@ -12,6 +12,12 @@
 
 namespace nvtool {
 
+struct PrintFacts {
+    std::string name; // of the file
+    size_t bytes = 0;
+    int bitsSet = 0;
+};
+
 // Everything that a run found; names are those of the files beside the page, empty where there is none.
 struct TrackResults {
     std::string title; // the track's file name
@@ -23,7 +29,8 @@ struct TrackResults {
     size_t screenCount = 0;
     std::vector<ScreenRun> screens;
     bool screensCut = false; // there were more
-    std::string wav, mp3, cdg, sheet, waveform;
+    std::string wav, mp3, cdg, sheet, waveform, script;
+    std::optional<PrintFacts> print;
     std::vector<std::string> remarks;
 
     // The longer one of sound and graphics.

@@ -9,8 +9,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <thread>
 
 namespace nvtool {
+
+namespace {
+
+const std::thread::id kMainThread = std::this_thread::get_id();
+
+} // namespace
 
 CLI::Option* AddJsonFlag(CLI::App& command, bool& json)
 {
@@ -48,8 +55,8 @@ std::string PathText(const std::filesystem::path& path)
 }
 
 Progress::Progress(std::string_view what, u64 all)
-    : label(what), total(all), terminal(all > 0 && IsErrorTerminal()), start(std::chrono::steady_clock::now()),
-      last(start)
+    : label(what), total(all), terminal(all > 0 && std::this_thread::get_id() == kMainThread && IsErrorTerminal()),
+      start(std::chrono::steady_clock::now()), last(start)
 {
 }
 

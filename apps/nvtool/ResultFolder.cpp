@@ -81,7 +81,8 @@ fs::path ResultFolder::Add(const std::string& name)
 {
     std::error_code failure;
     const fs::path target = folder / name;
-    RefuseSameFile(input, target);
+    if (!input.empty())
+        RefuseSameFile(input, target);
     if (fs::exists(fs::symlink_status(target, failure)) && !IsOurs(name))
         throw Error(PathText(target), "is in the way: it was not made by 'nvtool process'. Choose another folder");
     names.push_back(name);
@@ -92,7 +93,7 @@ void ResultFolder::Install()
 {
     std::error_code failure;
     for (const std::string& name : earlier)
-        if (std::find(names.begin(), names.end(), name) == names.end())
+        if (!input.empty() && std::find(names.begin(), names.end(), name) == names.end())
             RefuseSameFile(input, folder / name);
     // The report first: should the program be ended half-way, the next run still knows what is its own.
     std::vector<std::string> order = names;

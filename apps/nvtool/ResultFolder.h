@@ -16,7 +16,7 @@ public:
     static constexpr const char* toolMark = "nvtool process";
 
     // Throws Error when the folder cannot be made or written to, or when `input` is a file that would be replaced or
-    // removed.
+    // removed; an empty path for no such file.
     ResultFolder(std::filesystem::path folder, const std::filesystem::path& input);
     ~ResultFolder();
     ResultFolder(const ResultFolder&) = delete;
