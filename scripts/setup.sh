@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the other scripts need and that are not there yet. Silent when nothing is missing.
 #
-#   scripts/setup.sh [GROUP...]     groups: base (default) browser lint fuzz bench windows all
+#   scripts/setup.sh [GROUP...]     groups: base (default) browser lint fuzz bench windows package all
 #
 # Runs as root or with sudo.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -14,6 +14,7 @@ browser=(chromium)
 lint=(clang clang-tidy clang-format shellcheck)
 fuzz=(clang libclang-rt-14-dev)
 bench=(libavcodec-dev libavutil-dev)
+package=(dpkg-dev debootstrap)
 windows=(g++-mingw-w64-i686-posix libz-mingw-w64-dev debootstrap dpkg-dev)
 
 wanted=("${base[@]}")
@@ -25,8 +26,9 @@ for group in "$@"; do
     fuzz) wanted+=("${fuzz[@]}") ;;
     bench) wanted+=("${bench[@]}") ;;
     windows) wanted+=("${windows[@]}") ;;
-    all) wanted+=("${browser[@]}" "${lint[@]}" "${fuzz[@]}" "${bench[@]}" "${windows[@]}") ;;
-    *) die "no group named '$group' (base browser lint fuzz bench windows all)" ;;
+    package) wanted+=("${package[@]}") ;;
+    all) wanted+=("${browser[@]}" "${lint[@]}" "${fuzz[@]}" "${bench[@]}" "${windows[@]}" "${package[@]}") ;;
+    *) die "no group named '$group' (base browser lint fuzz bench windows package all)" ;;
   esac
 done
 
