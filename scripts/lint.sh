@@ -61,7 +61,7 @@ check_rules() {
 
 check_scripts() {
   complain "docs/guide.md (scripts/guide.py docs/guide.md mends it)" "$(scripts/guide.py --check docs/guide.md)"
-  complain "shellcheck" "$(shellcheck -x -P scripts -f gcc scripts/*.sh .ci/run 2>&1)"
+  complain "shellcheck" "$(shellcheck -x -P scripts -f gcc scripts/*.sh bench/*.sh tests/*/*.sh .ci/run 2>&1)"
 }
 
 check_headers() {

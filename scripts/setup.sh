@@ -13,7 +13,7 @@ base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-
 browser=(chromium)
 lint=(clang clang-tidy clang-format shellcheck)
 fuzz=(clang libclang-rt-14-dev)
-bench=(libavcodec-dev libavutil-dev)
+bench=(libavcodec-dev libavutil-dev lame mp3info mp3val)
 package=(dpkg-dev debootstrap)
 windows=(g++-mingw-w64-i686-posix libz-mingw-w64-dev debootstrap dpkg-dev)
 

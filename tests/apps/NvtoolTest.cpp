@@ -373,7 +373,8 @@ TEST_F(Nvtool, ProcessLeavesAPageThatStandsOnItsOwn)
     std::vector<std::string> names;
     for (const auto& [name, bytes] : Everything("results"))
         names.push_back(fs::path(name).filename().string());
-    EXPECT_EQ(names, (std::vector<std::string>{"graphics.js", "index.html", "notes.txt", "report.json", "track.thumbprint"}));
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"graphics.js", "index.html", "notes.txt", "report.json", "track.thumbprint"}));
     EXPECT_NE(folder.Read("results/index.html").find("<h1>r&amp;b.cdg</h1>"), std::string::npos);
 
     // Sound alone, and an image without room for graphics.
