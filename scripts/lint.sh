@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Checks what the compiler with its warnings does not: format, the house's rules of who may include what, headers that
-# stand alone, Clang's lock analysis, clang-tidy, and the scripts themselves.
+# stand alone, the reference of the exported classes, Clang's lock analysis, clang-tidy, and the scripts themselves.
 #
-#   scripts/lint.sh [CHECK...]      checks: format rules scripts headers locks tidy (all of them without one)
+#   scripts/lint.sh [CHECK...]      checks: format rules scripts headers docs locks tidy (all of them without one)
 #
 # scripts/lint.sh fix formats the sources in place.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -59,8 +59,14 @@ check_rules() {
   complain "unfinished work" "$(lines '\b(TODO|FIXME|XXX)\b' '^$')"
 }
 
-check_scripts() {
+# The reference lies in out/reference/html afterwards.
+check_docs() {
+  mkdir -p out
+  complain "doxygen" "$(doxygen docs/Doxyfile 2>&1)"
   complain "docs/guide.md (scripts/guide.py docs/guide.md mends it)" "$(scripts/guide.py --check docs/guide.md)"
+}
+
+check_scripts() {
   complain "shellcheck" "$(shellcheck -x -P scripts -f gcc scripts/*.sh bench/*.sh tests/*/*.sh .ci/run 2>&1)"
 }
 
@@ -99,9 +105,9 @@ if [[ ${1:-} == fix ]]; then
   clang-format -i "${sources[@]}"
   exit 0
 fi
-(($#)) || set -- format rules scripts headers locks tidy
+(($#)) || set -- format rules scripts headers docs locks tidy
 for check in "$@"; do
-  declare -F "check_$check" >/dev/null || die "no check '$check' (format rules scripts headers locks tidy)"
+  declare -F "check_$check" >/dev/null || die "no check '$check' (format rules scripts headers docs locks tidy)"
   "check_$check"
 done
 ((failures == 0)) || die "$failures kinds of complaint"

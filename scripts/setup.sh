@@ -11,7 +11,7 @@ base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-
   bmagic libx11-dev libxtst-dev xvfb xdotool libasound2-dev libmp3lame-dev ffmpeg pkg-config libcurl4-openssl-dev libcdio-dev
   libarchive-dev libssl-dev python3 mpg123)
 browser=(chromium)
-lint=(clang clang-tidy clang-format shellcheck)
+lint=(clang clang-tidy clang-format shellcheck doxygen)
 fuzz=(clang libclang-rt-14-dev)
 bench=(libavcodec-dev libavutil-dev lame mp3info mp3val)
 package=(dpkg-dev debootstrap)
