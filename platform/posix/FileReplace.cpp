@@ -46,6 +46,8 @@ FileError MakeTemporaryBeside(const char* path, std::string& temporary)
         }
         if (errno != EEXIST)
             return LastFailure();
+        if (RemoveLeftover(candidate))
+            --attempt; // the name is free now
     }
     return {FileFault::accessDenied, EEXIST};
 }

@@ -69,6 +69,8 @@ FileError MakeTemporaryBeside(const char* path, std::string& temporary)
         const FileError error = LastFailure();
         if (error.system != ERROR_FILE_EXISTS && error.system != ERROR_ALREADY_EXISTS)
             return error;
+        if (RemoveLeftover(candidate))
+            --attempt; // the name is free now
     }
     return {FileFault::accessDenied, ERROR_FILE_EXISTS};
 }

@@ -6,8 +6,12 @@
 #include "support/TempFolder.h"
 
 #include <afx.h>
+#include <chrono>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <vector>
+
+namespace fs = std::filesystem;
 
 TEST(FileScatter, FillsTheRoomsInOrderUpToTheEnd)
 {
@@ -57,6 +61,25 @@ TEST(FileReplace, TemporaryFilesTakeNoNameThatIsInUse)
     EXPECT_FALSE(std::filesystem::exists(first));
     EXPECT_TRUE(NV::PutInPlace(second.c_str(), folder.Path("missing").c_str())) << "there must be a file to replace";
     EXPECT_TRUE(std::filesystem::exists(second));
+}
+
+TEST(FileReplace, NamesOfProgramsThatWereEndedAreFreeAgainAfterADay)
+{
+    const TempFolder folder;
+    folder.Write("a", "mine");
+    std::string older, newer, next;
+    EXPECT_FALSE(NV::MakeTemporaryBeside(folder.Path("a").c_str(), older));
+    EXPECT_FALSE(NV::MakeTemporaryBeside(folder.Path("a").c_str(), newer));
+    folder.Write(fs::path(older).filename().string(), "half of it");
+    const auto age = [](const std::string& path, int hours) {
+        fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(hours));
+    };
+    age(older, 26);
+    age(newer, 22);
+    EXPECT_FALSE(NV::MakeTemporaryBeside(folder.Path("a").c_str(), next));
+    EXPECT_EQ(next, older);
+    EXPECT_EQ(fs::file_size(next), 0U);
+    EXPECT_TRUE(fs::exists(newer));
 }
 
 TEST(FileReplace, LinksAndKinds)
