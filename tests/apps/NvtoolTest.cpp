@@ -398,6 +398,8 @@ TEST_F(Nvtool, FullDisksAreToldAndLeaveNothingHalfWritten)
         "process track.bin -o " + there,
         "make-sample " + there + "new.bin --seconds 20",
         "frame track.bin --at 9 --scale 16 -o " + there + "p.png",
+        "waveform made.wav --width 2000 --height 2000 -o " + there + "w.png",
+        "mp3 made.wav -o " + there + "m.mp3",
     };
     disk.Folder().Write("keep.bin", std::string(560000, 'k'));
     const auto before = Everything(there);
