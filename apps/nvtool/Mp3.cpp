@@ -39,7 +39,7 @@ void Run(const Options& options)
     const auto sound = OpenSound(options.input); // throws what a person understands
     const double seconds = sound->SampleToTime(sound->GetLength());
     OutputFile output(options.output);
-    MakeMp3([&] { return OpenSound(options.input); }, options.input, output.Temporary(), options.mp3);
+    MakeMp3([&] { return OpenSound(options.input); }, output.Temporary(), options.input, options.output, options.mp3);
     const auto bytes = fs::file_size(output.Temporary());
     output.Commit();
     std::printf("%s: %s, %llu bytes\n", options.output.c_str(), TimeText(seconds).c_str(),
@@ -73,8 +73,8 @@ void AddMp3Options(CLI::App& command, Mp3Options& options)
         ->capture_default_str();
 }
 
-void MakeMp3(const std::function<std::unique_ptr<CSoundFile>()>& open, const fs::path& input, const fs::path& mp3,
-             const Mp3Options& options)
+void MakeMp3(const std::function<std::unique_ptr<CSoundFile>()>& open, const fs::path& mp3, const std::string& input,
+             const std::string& output, const Mp3Options& options)
 {
     MP3EncodingJob job;
     job.open = open;
@@ -95,9 +95,9 @@ void MakeMp3(const std::function<std::unique_ptr<CSoundFile>()>& open, const fs:
         throw Interruption();
     case MP3EncodingResult::noEncoder:
     case MP3EncodingResult::badSource:
-        throw Error(PathText(input), static_cast<const char*>(problem));
+        throw Error(input, static_cast<const char*>(problem));
     case MP3EncodingResult::badTarget:
-        throw Error(PathText(mp3), static_cast<const char*>(problem));
+        throw Error(output, static_cast<const char*>(problem));
     }
 }
 

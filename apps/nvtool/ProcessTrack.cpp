@@ -146,7 +146,8 @@ void EncodeSound(const Job& job, const fs::path& sound, ResultFolder& folder, Tr
     if (sound.empty())
         throw Error(job.track, "has no sound to make an MP3 file of");
     results.mp3 = "track.mp3";
-    MakeMp3([&] { return OpenSound(sound); }, job.track, folder.Add(results.mp3), {});
+    MakeMp3([&] { return OpenSound(sound); }, folder.Add(results.mp3), job.track,
+            PathText(fs::path(job.folder) / results.mp3), {});
 }
 
 // What a browser needs to play the graphics.
