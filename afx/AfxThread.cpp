@@ -80,21 +80,26 @@ int CWinThread::Run()
 BOOL CWinThread::PumpMessage()
 {
     SystemThread::Next(current);
-    if (current.message == WM_QUIT)
+    MSG message = current; // a handler's own loop takes others
+    if (message.message == WM_QUIT)
         return FALSE;
-    if (current.hwnd) {
-        SystemThread::Dispatch(current);
-        return TRUE;
-    }
-    const MSG message = current;
+    if (!PreTranslateMessage(&message))
+        SystemThread::Dispatch(message);
+    return TRUE;
+}
+
+BOOL CWinThread::PreTranslateMessage(MSG* message)
+{
+    if (message->hwnd)
+        return FALSE;
     for (const AFX_MSGMAP* map = GetMessageMap(); map; map = map->pfnGetBaseMap ? map->pfnGetBaseMap() : nullptr) {
         for (const AFX_MSGMAP_ENTRY* entry = map->lpEntries; entry->pfnCall; ++entry) {
             LRESULT none = 0;
-            if (entry->nMessage == message.message && entry->pfnCall(this, message.wParam, message.lParam, none))
+            if (entry->nMessage == message->message && entry->pfnCall(this, message->wParam, message->lParam, none))
                 return TRUE;
         }
     }
-    return TRUE;
+    return FALSE;
 }
 
 int CWinThread::ExitInstance()

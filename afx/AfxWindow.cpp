@@ -305,6 +305,8 @@ HINSTANCE AfxGetInstanceHandle()
 
 BOOL AfxPumpMessage()
 {
+    if (CWinThread* const thread = AfxGetThread())
+        return thread->PumpMessage();
     MSG message;
     WindowSystem().Next(message, true);
     if (message.message == WM_QUIT)

@@ -101,6 +101,8 @@ HWND WindowTree::Create(const CREATESTRUCTA& how, WNDPROC procedure)
             return nullptr;
         tops.insert(tops.begin(), window);
     }
+    if (!joining)
+        joining = std::make_unique<SystemThread::Joining>(*this);
     windows[window] = std::move(made);
     if (!child && how.lpszName)
         screen->SetTitle(window, how.lpszName);
@@ -181,6 +183,8 @@ void WindowTree::Erase(HWND window)
     std::erase_if(timers, [window](const Timer& timer) { return timer.window == window; });
     std::erase_if(paintings, [window](const auto& painting) { return painting.second.window == window; });
     windows.erase(window);
+    if (windows.empty())
+        PartFromThread();
 }
 
 void WindowTree::LetGo(HWND window)

@@ -8,10 +8,12 @@
 //   WindowTreePaint.cpp  what is out of date, and the pixels
 //
 // Pixels; positions are in the parent's client area, those of windows at the top on the screen. Windows have no frame
-// of their own: the client area is all of a window. One thread; Post alone is for any.
+// of their own: the client area is all of a window. One thread; Post alone is for any. Messages that are posted to that
+// thread wait in the same queue, from its first window to its last.
 #pragma once
 
 #include "RecursiveLock.h"
+#include "SystemThread.h"
 #include "ThreadSafety.h"
 #include "WindowSystem.h"
 
@@ -73,7 +75,7 @@ public:
     virtual void Wake() = 0;
 };
 
-class WindowTree : public IWindowSystem {
+class WindowTree : public IWindowSystem, public SystemThread::IJointQueue {
 public:
     explicit WindowTree(std::unique_ptr<IScreen> shownOn) : screen(std::move(shownOn)) {}
 
@@ -86,6 +88,8 @@ public:
     LRESULT Default(HWND window, UINT message, WPARAM wParam, LPARAM lParam) override;
     bool Next(MSG& message, bool wait) override;
     void Dispatch(const MSG& message) override;
+    void Put(const MSG& message) override;
+    std::vector<MSG> GiveBack() override;
     void PostQuit(int exitCode) override;
     void Show(HWND window, int how) override;
     bool IsVisible(HWND window) override;
@@ -160,6 +164,7 @@ private:
     void MarkDying(HWND window);
     void TellDestroyed(HWND window);
     void Erase(HWND window);
+    void PartFromThread();
     void LetGo(HWND window); // the keys and the pointer, of a window that goes or is hidden
     void Resized(HWND window, const RECT& before, bool repaint);
     void GiveFocusBackTo(HWND top);
@@ -209,6 +214,7 @@ private:
     std::deque<MSG> posted NV_GUARDED_BY(postedLock);
     bool quitting = false;
     int exitCode = 0;
+    std::unique_ptr<SystemThread::Joining> joining; // while there are windows; the last to come and the first to go
 };
 
 } // namespace NV

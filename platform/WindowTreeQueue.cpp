@@ -3,6 +3,7 @@
 #include "ScopedLock.h"
 #include "WindowTree.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace NV {
@@ -38,19 +39,43 @@ bool WindowTree::Post(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     made.message = message;
     made.wParam = wParam;
     made.lParam = lParam;
-    made.time = Milliseconds();
+    Put(made);
+    return true;
+}
+
+void WindowTree::Put(const MSG& message)
+{
     {
         const ScopedLock held(postedLock);
-        posted.push_back(made);
+        posted.push_back(message);
+        posted.back().time = Milliseconds();
     }
     screen->Wake();
-    return true;
+}
+
+std::vector<MSG> WindowTree::GiveBack()
+{
+    const ScopedLock held(postedLock);
+    const auto forThread = std::stable_partition(posted.begin(), posted.end(), [](const MSG& m) { return m.hwnd; });
+    std::vector<MSG> given(forThread, posted.end());
+    posted.erase(forThread, posted.end());
+    return given;
+}
+
+/// With the last window: the thread waits in its own queue again, and is not kept waiting for a quit that came here.
+void WindowTree::PartFromThread()
+{
+    joining.reset();
+    if (quitting && SystemThread::OwnId() != 0) {
+        quitting = false;
+        PostQuit(exitCode);
+    }
 }
 
 void WindowTree::PostQuit(int code)
 {
-    quitting = true;
     exitCode = code;
+    quitting = joining || !SystemThread::Post(SystemThread::OwnId(), WM_QUIT, static_cast<WPARAM>(code), 0);
 }
 
 bool WindowTree::Fill(MSG& message, HWND window, UINT number, WPARAM wParam, LPARAM lParam) const
@@ -77,7 +102,7 @@ bool WindowTree::Next(MSG& message, bool wait)
         }
         if (TakeInput(message) || TakePaint(message) || TakeTimer(message))
             return true;
-        if (!wait)
+        if (!wait || (!joining && SystemThread::OwnId() != 0))
             return false;
         screen->Wait(MillisecondsToTimer());
     }
@@ -95,7 +120,7 @@ bool WindowTree::TakePosted(MSG& message)
         message = posted.front();
         posted.pop_front();
         message.pt = pointer;
-        if (Find(message.hwnd)) // else it went meanwhile
+        if (!message.hwnd || Find(message.hwnd)) // else it went meanwhile
             return true;
     }
     return false;

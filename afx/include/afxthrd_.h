@@ -30,6 +30,9 @@ public:
     virtual BOOL InitInstance();
     /// Hands out messages until WM_QUIT and returns what ExitInstance does.
     virtual int Run();
+    /// Every message comes here first; TRUE: it needs nothing more. Those that were posted to the thread itself go to
+    /// their handlers, the others to their windows.
+    virtual BOOL PreTranslateMessage(MSG* message);
     /// Waits for a message and hands it out. FALSE when it was WM_QUIT.
     virtual BOOL PumpMessage();
     /// Runs last, and may destroy the object. Returns what WM_QUIT brought.

@@ -308,7 +308,8 @@ NVLIB_API BOOL AfxRegisterClass(WNDCLASS* windowClass);
 /// The module that window classes belong to.
 NVLIB_API HINSTANCE AfxGetInstanceHandle();
 
-/// Waits for a message and handles it. FALSE when it was the request to quit.
+/// Waits for a message and handles it, as the calling thread's CWinThread does if it has one. FALSE when it was the
+/// request to quit.
 NVLIB_API BOOL AfxPumpMessage();
 /// Has the message loop end once it has handled what waits.
 NVLIB_API void AfxPostQuitMessage(int exitCode);

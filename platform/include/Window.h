@@ -40,7 +40,8 @@ NVLIB_API bool ShowPixels(HDC context, POINT to, const PixelRows& picture, const
 NVLIB_API bool ReadPixels(HWND window, const PixelRows& picture);
 
 /// Handles all messages that wait and returns at once. False when the program was asked to quit meanwhile: the
-/// message loop is told again.
+/// message loop is told again. What was posted to the thread and not to a window is dropped, so a thread that gets such
+/// messages pumps them instead.
 NVLIB_API bool HandleWaitingMessages();
 
 /// This module, as window classes want it; null where there is nothing of the kind. Any thread.

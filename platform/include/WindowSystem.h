@@ -30,7 +30,9 @@ public:
     /// What a message does when nobody handles it.
     virtual LRESULT Default(HWND window, UINT message, WPARAM wParam, LPARAM lParam) = 0;
 
-    /// Takes the next message out of the queue; without `wait` false when there is none. WM_QUIT is a message.
+    /// Takes the next message out of the queue; without `wait` false when there is none. WM_QUIT is a message, and so
+    /// is what was posted to the thread and has no window, which Dispatch drops. A thread of SystemThread waits with
+    /// the functions there; to it the result is also false when it has no windows.
     virtual bool Next(MSG& message, bool wait) = 0;
     /// Translates keys to characters and sends the message to its window.
     virtual void Dispatch(const MSG& message) = 0;

@@ -17,11 +17,31 @@ class Queue {
 public:
     void Put(const MSG& message)
     {
-        {
-            const std::lock_guard hold(mutex);
-            messages.push_back(message);
-        }
+        const std::lock_guard hold(mutex);
+        if (joint)
+            return joint->Put(message);
+        messages.push_back(message);
         filled.notify_one();
+    }
+    void Join(IJointQueue& other)
+    {
+        const std::lock_guard hold(mutex);
+        for (const MSG& message : messages)
+            other.Put(message);
+        messages.clear();
+        joint = &other;
+    }
+    void Part()
+    {
+        const std::lock_guard hold(mutex);
+        for (const MSG& message : joint->GiveBack())
+            messages.push_back(message);
+        joint = nullptr;
+    }
+    IJointQueue* Joint()
+    {
+        const std::lock_guard hold(mutex);
+        return joint;
     }
     MSG Take()
     {
@@ -36,6 +56,7 @@ private:
     std::mutex mutex;
     std::condition_variable filled;
     std::deque<MSG> messages;
+    IJointQueue* joint = nullptr; // has the messages in place of this one
 };
 
 /// Who has a queue, by number.
@@ -72,6 +93,7 @@ Directory& TheDirectory()
 }
 
 thread_local std::shared_ptr<Queue> ownQueue;
+thread_local DWORD ownId = 0;
 
 /// What handles stand for.
 struct Thread {
@@ -100,6 +122,7 @@ HANDLE Start(void (*entry)(void*), void* argument, DWORD& id)
     try {
         (*handle)->thread = std::thread([=, number = id] {
             ownQueue = queue;
+            ownId = number;
             entry(argument);
             TheDirectory().Leave(number);
         });
@@ -125,10 +148,36 @@ bool Post(DWORD id, UINT message, WPARAM wParam, LPARAM lParam)
 
 void Next(MSG& message)
 {
+    while (IJointQueue* const joint = ownQueue->Joint())
+        if (joint->Next(message, true))
+            return;
     message = ownQueue->Take();
 }
 
-void Dispatch(const MSG&) {}
+void Dispatch(const MSG& message)
+{
+    if (IJointQueue* const joint = ownQueue->Joint())
+        joint->Dispatch(message);
+}
+
+DWORD OwnId()
+{
+    return ownId;
+}
+
+Joining::Joining(IJointQueue& queue) : thread(ownId), joint(queue)
+{
+    if (thread)
+        ownQueue->Join(joint);
+}
+
+Joining::~Joining()
+{
+    if (const std::shared_ptr<Queue> queue = TheDirectory().Find(thread))
+        queue->Part();
+    else
+        joint.GiveBack(); // the thread has ended
+}
 
 HANDLE Share(HANDLE thread)
 {
