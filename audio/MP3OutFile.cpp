@@ -167,7 +167,7 @@ bool CMP3OutFile::InitStream()
             return false;
     }
     try {
-        input.resize(chunkSamples);
+        input.resize(std::size_t{chunkSamples} * 2); // 4 bytes for each, as in the ring
         encoded.resize(outputSize);
         ring = std::make_unique<CCyclicBuffer>((largestStep + static_cast<int>(chunkSamples)) * 4);
         return true;

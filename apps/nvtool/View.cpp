@@ -71,7 +71,7 @@ bool HasGraphics(StreamKind kind)
 struct Track {
     std::unique_ptr<GraphicsInput> graphics;
     CCDGRenderer renderer;
-    std::unique_ptr<CSoundFile> sound;
+    std::unique_ptr<CSoundFile> sound, played; // once for the window, once for the player
 };
 
 void OpenTrack(const Options& options, Track& track)
@@ -85,21 +85,28 @@ void OpenTrack(const Options& options, Track& track)
     fs::path wav = options.sound;
     if (wav.empty())
         wav = kind == StreamKind::Graphics ? Beside(options.track, ".wav") : fs::path(options.track);
-    if (wav.empty())
-        track.sound = std::make_unique<SilentSound>(track.renderer.GetDuration());
-    else
-        track.sound = OpenSound(wav);
+    for (std::unique_ptr<CSoundFile>* const sound : {&track.sound, &track.played}) {
+        if (wav.empty())
+            *sound = std::make_unique<SilentSound>(track.renderer.GetDuration());
+        else
+            *sound = OpenSound(wav);
+    }
     track.sound->SetPeakFileOption(PeakFileOption::inMemory);
     track.sound->OpenPeakFile(); // meanwhile the window reads what it shows itself
 }
 
 void Print(int code, const CWaveFileChartWnd& chart)
 {
-    if (code == CWaveFileChartWnd::notifyPointer)
-        std::printf("pointer %lld %.6f\n", static_cast<long long>(chart.GetPointerPos()),
-                    chart.GetSoundFile()->SampleToTime(chart.GetPointerPos()));
-    else
+    if (code == CWaveFileChartWnd::notifyDensity) {
         std::printf("density %lld\n", static_cast<long long>(chart.GetDensity()));
+    } else {
+        const char* const what = code == ViewWindow::toldPlaying   ? "playing"
+                                 : code == ViewWindow::toldHeard   ? "heard"
+                                 : code == ViewWindow::toldStopped ? "stopped"
+                                                                   : "pointer";
+        std::printf("%s %lld %.6f\n", what, static_cast<long long>(chart.GetPointerPos()),
+                    chart.GetSoundFile()->SampleToTime(chart.GetPointerPos()));
+    }
     std::fflush(stdout);
 }
 
@@ -119,6 +126,7 @@ void Run(const Options& options)
     if (!window.Open(options.width, options.height))
         throw Error(options.track, "no window can be opened");
     window.SetSound(*track.sound, options.density, at);
+    window.SetPlayer(std::make_unique<ViewPlayer>(std::move(track.played), options.track));
     while (AfxPumpMessage()) {
     }
 }
@@ -128,7 +136,8 @@ void Run(const Options& options)
 void AddView(CLI::App& app)
 {
     auto options = std::make_shared<Options>();
-    CLI::App& command = *app.add_subcommand("view", "Look at a track: sound, and the graphics at the pointer");
+    CLI::App& command =
+        *app.add_subcommand("view", "Look at a track and play it: sound, and the graphics at the pointer");
     command.add_option("TRACK", options->track, "Disc image, CD+G file or WAV file")->required()->type_name("");
     command.add_option("--sound", options->sound, "WAV file or disc image to take the sound from")->type_name("FILE");
     command.add_option("--at", options->at, "Time that the pointer stands at first")->type_name("TIME");
@@ -139,10 +148,14 @@ void AddView(CLI::App& app)
         ->check(CLI::Range(200, kMostWindowSide))
         ->capture_default_str();
     command.add_option("--height", options->height)->check(CLI::Range(100, kMostWindowSide))->capture_default_str();
-    command.add_flag("--print", options->print, "Print a line whenever the pointer or the density is changed");
+    command.add_flag(
+        "--print", options->print,
+        "Print a line whenever the pointer or the density is changed, and where playing begins, is and ends");
     command.footer(
         "\nOf a track in two files either may be named; the other one is found by its name. Click or drag in\n"
         "the waveform to move in time, in the strip at the left to go far; drag the frame's ends to zoom.\n"
+        "Space plays from the pointer, which then follows what is heard, and stops again; moving in time\n"
+        "goes on from there. Without a sound device time passes all the same.\n"
         "Keys: up, down, left, right, page up, page down, Home and End move, + and - zoom, Escape ends.\n"
         "The wheel scrolls; with Control it zooms.\n\n"
         "Example:\n  nvtool view track.bin");

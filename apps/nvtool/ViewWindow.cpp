@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace nvtool {
 
@@ -15,6 +16,10 @@ namespace {
 constexpr char kViewClass[] = "NVToolView", kPictureClass[] = "NVToolPicture";
 constexpr UINT kWavesId = 1, kGraphicsId = 2;
 constexpr int kMargin = 12;
+constexpr UINT kPlayMessage = WM_USER + 1; // the key for playing and stopping was pressed
+constexpr UINT_PTR kPlayTimer = 1;
+constexpr UINT kPlayMilliseconds = 30;
+constexpr UINT kRepeated = 0x4000; // of a key's flags: it was down already
 
 void RegisterWindowClass(const char* name)
 {
@@ -35,6 +40,8 @@ protected:
         CWnd* const view = waves ? waves->GetParent() : nullptr;
         if (view && (key == VK_ESCAPE || key == 'Q'))
             view->PostMessage(WM_CLOSE);
+        else if (view && key == VK_SPACE && !(flags & kRepeated))
+            view->PostMessage(kPlayMessage);
         else
             CWaveFileChartWnd::OnKeyDown(key, repeats, flags);
     }
@@ -119,7 +126,9 @@ ON_WM_SIZE()
 ON_WM_SETFOCUS()
 ON_WM_DESTROY()
 ON_WM_ERASEBKGND()
+ON_WM_TIMER()
 ON_MESSAGE(CWaveFileChartWnd::notifyMessage, &ViewWindow::OnWaveMessage)
+ON_MESSAGE(kPlayMessage, &ViewWindow::OnPlayMessage)
 END_MESSAGE_MAP()
 
 ViewWindow::ViewWindow(std::string name, PictureAt draw, Told tell)
@@ -200,11 +209,63 @@ LRESULT ViewWindow::OnWaveMessage(WPARAM code, LPARAM)
 {
     if (!waves->GetChart())
         return 0;
-    if (code == CWaveFileChartWnd::notifyPointer)
+    if (code == CWaveFileChartWnd::notifyPointer) {
+        seekTo = playing ? waves->GetChart()->GetPointerPos() : -1;
         FollowPointer();
-    if (told)
-        told(static_cast<int>(code), *waves->GetChart());
+    }
+    Tell(static_cast<int>(code));
     return 0;
+}
+
+void ViewWindow::Tell(int code)
+{
+    if (told)
+        told(code, *waves->GetChart());
+}
+
+// ---- Playing
+// ---------------------------------------------------------------------------------------------------------
+
+LRESULT ViewWindow::OnPlayMessage(WPARAM, LPARAM)
+{
+    CWaveFileChartWnd* const chart = waves->GetChart();
+    if (!player || !chart || !chart->GetSoundFile())
+        return 0;
+    if (playing) {
+        player->Stop();
+        FollowSound();
+        return 0;
+    }
+    if (chart->GetPointerPos() + 1 >= chart->GetSoundFile()->GetLength())
+        chart->SetPointerPos(0, true);
+    if (!player->Play(chart->GetPointerPos()))
+        return 0;
+    playing = true;
+    seekTo = -1;
+    SetTimer(kPlayTimer, kPlayMilliseconds, nullptr);
+    Tell(toldPlaying);
+    return 0;
+}
+
+void ViewWindow::OnTimer(UINT_PTR id)
+{
+    if (id == kPlayTimer && playing)
+        FollowSound();
+    else
+        CWnd::OnTimer(id);
+}
+
+// The person's hand on the pointer comes first: what is heard goes there.
+void ViewWindow::FollowSound()
+{
+    if (seekTo >= 0)
+        player->Seek(std::exchange(seekTo, -1));
+    playing = player->IsPlaying();
+    if (!playing)
+        KillTimer(kPlayTimer);
+    waves->GetChart()->SetPointerPos(player->GetPosition(), true);
+    FollowPointer();
+    Tell(playing ? toldHeard : toldStopped);
 }
 
 // The picture follows at once, not when the queue has nothing else: that is what dragging is for.

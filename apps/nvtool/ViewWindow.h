@@ -1,8 +1,9 @@
-// The window of 'nvtool view': overview and chart of the sound, and the graphics at the pointer beside them. One
-// thread.
+// The window of 'nvtool view': overview and chart of the sound, and the graphics at the pointer beside them. While it
+// plays, both follow what is heard. One thread.
 #pragma once
 
 #include "Picture.h"
+#include "ViewPlayer.h"
 #include "WaveFileWnd.h"
 
 #include <functional>
@@ -30,8 +31,10 @@ private:
 
 class ViewWindow : public CWnd {
 public:
-    // `pictureAt` draws the graphics at a time in seconds; empty: there are none, and no room for them. Called with a
-    // code of the chart's notifications, `told` gets each of them.
+    // Besides the codes of the chart's notifications.
+    enum : int { toldPlaying = 100, toldHeard, toldStopped };
+    // `pictureAt` draws the graphics at a time in seconds; empty: there are none, and no room for them. `told` gets
+    // each of the chart's notifications, and that playing began, went on to the pointer, and ended.
     using PictureAt = std::function<Picture(double seconds)>;
     using Told = std::function<void(int code, const CWaveFileChartWnd& chart)>;
     ViewWindow(std::string title, PictureAt pictureAt, Told told);
@@ -41,6 +44,8 @@ public:
     bool Open(int width, int height);
     // Shows the sound, which outlives this window; `seconds` is where the pointer stands.
     void SetSound(CSoundFile& sound, i64 density, double seconds);
+    // What the same sound is played with.
+    void SetPlayer(std::unique_ptr<ViewPlayer> newPlayer) { player = std::move(newPlayer); }
 
 protected:
     int OnCreate(LPCREATESTRUCT how);
@@ -49,17 +54,24 @@ protected:
     void OnDestroy();
     BOOL OnEraseBkgnd(CDC* dc);
     LRESULT OnWaveMessage(WPARAM code, LPARAM unused);
+    LRESULT OnPlayMessage(WPARAM unused, LPARAM alsoUnused);
+    void OnTimer(UINT_PTR id);
     DECLARE_MESSAGE_MAP()
 
 private:
     CRect PictureRect(CRect client) const;
     void FollowPointer();
+    void FollowSound();
+    void Tell(int code);
 
     std::string title;
     PictureAt pictureAt;
     Told told;
     std::unique_ptr<CWaveFileWnd> waves;
     PictureWnd graphics;
+    std::unique_ptr<ViewPlayer> player;
+    bool playing = false;
+    i64 seekTo = -1; // where the person has put the pointer since the last look at what is heard
 };
 
 } // namespace nvtool

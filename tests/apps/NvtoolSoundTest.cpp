@@ -68,6 +68,31 @@ TEST_F(NvtoolSound, Mp3FilesDecodeToTheRightLength)
     EXPECT_LT(difference, loudness / 10'000); // what coding costs, at most; a bad joint is a click
 }
 
+TEST_F(NvtoolSound, TellsWhichEncoderIsMissingAndWhereItLooked)
+{
+    // The program with its library, in a folder where there is no encoder at first.
+    const fs::path nvtool = NVLIB_NVTOOL;
+    const bool windows = nvtool.extension() == ".exe";
+    fs::create_directory("program");
+    fs::copy(nvtool, "program");
+    if (windows)
+        fs::copy(nvtool.parent_path() / "NVLib.dll", "program");
+    const fs::path encoder = fs::path("program") / (windows ? "lame_enc.dll" : "lame_enc.so");
+    const std::string mp3 = fs::absolute("program" / nvtool.filename()).string() + " mp3 track.wav -o x.mp3";
+    const auto problem = [&] {
+        EXPECT_EQ(Run(mp3), 1);
+        EXPECT_FALSE(fs::exists("x.mp3"));
+        EXPECT_NE(Errors().find(fs::absolute(encoder).string()), std::string::npos) << Errors();
+        return Errors();
+    };
+    EXPECT_NE(problem().find("there is no "), std::string::npos) << Errors();
+    folder.Write(encoder.string(), "not a module");
+    EXPECT_NE(problem().find(" cannot be loaded: "), std::string::npos) << Errors();
+    fs::remove(encoder);
+    fs::copy(NVLIB_OTHER_MODULE, encoder);
+    EXPECT_NE(problem().find(" has no function beInitStream"), std::string::npos) << Errors();
+}
+
 TEST_F(NvtoolSound, ProcessMakesAnMp3FileThatThePagePlays)
 {
     ASSERT_EQ(Nvtool("process track.bin -o done --mp3"), 0) << Errors();

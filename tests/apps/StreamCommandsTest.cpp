@@ -241,6 +241,26 @@ TEST_F(NvtoolPosix, TheCacheIsInTheUsersFolder)
     EXPECT_FALSE(fs::exists("relative"));
 }
 
+TEST_F(NvtoolPosix, CtrlCLeavesNoMp3File)
+{
+    ASSERT_EQ(Run("make-sample c.bin --wav endless.wav --seconds 20"), 0) << Errors();
+    std::string header = folder.Read("endless.wav").substr(0, 44);
+    header.replace(40, 4, "\xF0\xFF\xFF\x7F"); // hours of silence, and no bytes on the disk
+    folder.Write("endless.wav", header);
+    fs::resize_file("endless.wav", u64{0x7FFFFFF0} + 44);
+    fs::create_directory("mp3");
+    for (const char* const jobs : {"1", "2"}) {
+        const std::string command = std::string("env --default-signal=INT " NVLIB_NVTOOL " mp3 endless.wav --jobs ") +
+                                    jobs +
+                                    " -o mp3/made.mp3 >out.txt 2>err.txt &"
+                                    " while kill -0 $! && [ -z \"$(ls -A mp3)\" ]; do sleep 0.01; done;"
+                                    " kill -INT $!; wait $!; exit $?";
+        EXPECT_EQ(std::system(command.c_str()) / 256, 130);
+        EXPECT_EQ(Errors(), "nvtool: interrupted\n");
+        EXPECT_TRUE(Everything("mp3").empty());
+    }
+}
+
 TEST_F(NvtoolPosix, CtrlCEndsAScanInGoodOrder)
 {
     // The second stream, zeros and no bytes on the disk, would take minutes; the first one's report says that it began.

@@ -63,6 +63,24 @@ class Person:
         new, self.seen = lines[self.seen:], len(lines)
         return new
 
+    def wait_for(self, word, frame):
+        """Until a line of that kind says that frame or a later one."""
+        patience = time.monotonic() + 60
+        while time.monotonic() < patience:
+            with open(self.log.name) as log:
+                lines = [line.split() for line in log if line.endswith("\n")][self.seen:]
+            if any(line[0] == word and int(line[1]) >= frame for line in lines):
+                return
+            time.sleep(0.05)
+
+    def picture(self):
+        """The pixels of the window's right part, which has the graphics; None where ffmpeg is not installed."""
+        if not shutil.which("ffmpeg"):
+            return None
+        return subprocess.run(["ffmpeg", "-loglevel", "error", "-f", "x11grab", "-draw_mouse", "0", "-video_size", "500x800", "-i",
+                               os.environ["DISPLAY"] + "+700,0", "-frames:v", "1", "-f", "rawvideo", "-"],
+                              check=True, stdin=subprocess.DEVNULL, capture_output=True).stdout
+
     def shot(self, name):
         """As a file of the folder, where ffmpeg is installed."""
         self.shots += 1
@@ -95,6 +113,47 @@ class Person:
         self.click(OVERVIEW + AXIS + 100, TOP + row)
         told = self.told()
         return (int(told[-1][1]) if told and told[-1][0] == "pointer" else None), told
+
+
+def playing(person):
+    """Space plays and stops; pointer, title and picture follow, and a click while it plays goes on from there."""
+    person.do("key", "Home")
+    person.told()
+    before = person.picture()
+    start = time.monotonic()
+    person.do("key", "space")
+    person.wait_for("heard", 150_000)
+    spent = time.monotonic() - start
+    person.do("key", "space")
+    told = person.told()
+    heard = [int(t[1]) for t in told if t[0] == "heard"]
+    person.check("space plays from the pointer in real time", told[0] == ["playing", "0", "0.000000"] and len(heard) > 20 and
+                 heard == sorted(heard) and abs(float(told[-1][2]) - spent) < 1.5, told)
+    person.check("and stops", told[-1][0] == "stopped" and int(told[-1][1]) >= heard[-1], told)
+    minutes, seconds = person.do("getwindowname", person.window).split()[0].split(":")
+    person.check("the title tells what was heard", abs(60 * int(minutes) + float(seconds) - float(told[-1][2])) < 0.001, told)
+    person.check("the picture has followed", person.picture() != before or before is None, told)
+    person.shot("played")
+    stopped = int(told[-1][1])
+    person.do("key", "Right")
+    told = person.told()
+    person.check("the pointer stands where it stopped", [int(t[1]) for t in told] == [stopped + 441], [stopped, told])
+
+    person.do("key", "space")
+    person.click(80, BAND_TOP + 300)
+    person.wait_for("pointer", 1)
+    time.sleep(0.3)
+    person.do("key", "space")
+    told = person.told()
+    to = next(k for k, t in enumerate(told) if t[0] == "pointer")
+    goal = int(told[to][1])
+    person.check("a click while it plays goes on from there", all(goal <= int(t[1]) < goal + 10 * 44100 for t in told[to:]) and
+                 int(told[-1][1]) > goal and told[-1][0] == "stopped", told)
+    person.do("key", "End", "space")  # at the end it begins anew
+    told = person.told(2)
+    person.do("key", "space")
+    person.check("at the end it begins anew", ["playing", "0"] == told[1][:2] and
+                 int(person.told()[-1][1]) < person.frames // 2, told)
 
 
 def run(person):
@@ -161,6 +220,8 @@ def run(person):
     person.check("a click outside of the frame sets the pointer",
                  [t[0] for t in told] == ["pointer"] and int(told[0][1]) == 700 * row_frames, told)
     person.shot("jumped")
+
+    playing(person)
 
     person.do("windowsize", "--sync", person.window, "900", "600")
     person.told(0)

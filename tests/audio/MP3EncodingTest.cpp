@@ -2,6 +2,7 @@
 #include "MP3Encoding.h"
 #include "MP3OutFile.h"
 #include "MPEGAudio.h"
+#include "support/SmallDisk.h"
 #include "support/SoundSamples.h"
 #include "support/TempFolder.h"
 
@@ -94,6 +95,26 @@ TEST(MP3Encoding, WhatIsNotDoneLeavesNothing)
         job.open = [] { return nullptr; };
         EXPECT_EQ(EncodeMP3(job), MP3EncodingResult::badSource);
         EXPECT_EQ(files(), 0) << threads;
+
+        job = JobOf(tune, folder.Path("gone/a.mp3"));
+        job.threads = threads;
+        std::filesystem::create_directory(folder.Path("gone"));
+        std::error_code kept; // where files that are open keep their folder
+        job.progress = [&](double) {
+            std::filesystem::remove_all(folder.Path("gone"), kept);
+            return false;
+        };
+        EXPECT_EQ(EncodeMP3(job), kept ? MP3EncodingResult::done : MP3EncodingResult::badTarget);
+        std::filesystem::remove_all(folder.Path("gone"));
+
+        const SmallDisk disk(256);
+        if (!disk.Works())
+            continue;
+        job = JobOf(tune, disk.Folder().Path("full.mp3"));
+        job.threads = threads;
+        EXPECT_EQ(EncodeMP3(job, &problem), MP3EncodingResult::badTarget);
+        EXPECT_NE(problem.Find("disk full"), -1) << problem;
+        EXPECT_TRUE(std::filesystem::is_empty(disk.Folder().Path())) << threads;
     }
     MP3EncodingJob brief = JobOf(tune, folder.Path("brief.mp3")); // too short to be divided
     const std::vector<i16> little(tune.begin(), tune.begin() + 2000);

@@ -173,6 +173,32 @@ TEST_F(WaveOut, BlocksThatReturnBeforeTheyAreCountedAddUp)
     EXPECT_EQ(out->GetFramesPlayed(), 5000);
 }
 
+/// Ends at the first block, without a word to whoever has sent it.
+class CDyingWaveOut : public CWaveOut {
+    DECLARE_DYNCREATE(CDyingWaveOut)
+protected:
+    BOOL PreTranslateMessage(MSG* message) override
+    {
+        if (message->message != addBufferMessage)
+            return CWaveOut::PreTranslateMessage(message);
+        PostThreadMessage(WM_QUIT, 0, 0);
+        return TRUE;
+    }
+};
+
+IMPLEMENT_DYNCREATE(CDyingWaveOut, CWaveOut)
+
+TEST_F(WaveOut, WhoWaitsIsReleasedWhenTheWorkerDies)
+{
+    out->Delete();
+    out = static_cast<CWaveOut*>(AfxBeginThread(RUNTIME_CLASS(CDyingWaveOut)));
+    ASSERT_TRUE(out);
+    EXPECT_EQ(out->OpenWaveDevice(Format(2, 44100, 16)), 1);
+    EXPECT_EQ(Add(1), 0); // and the record is freed here
+    out = nullptr;        // gone
+    EXPECT_EQ(device.Count("close"), 1);
+}
+
 // What callers rely on is that this ends, without a race or a leak; NVLIB_WAVEOUT_ROUNDS makes it longer.
 TEST_F(WaveOut, FourThreadsInRandomOrder)
 {

@@ -6,6 +6,8 @@
 #include "CDGRenderer.h"
 #include "CDGScanner.h"
 #include "DibDrawing.h"
+#include "MP3Encoding.h"
+#include "MP3OutFile.h"
 #include "StreamInfo.h"
 #include "WaveFile.h"
 #include "Window.h"
@@ -99,6 +101,29 @@ TEST(Exports, WindowsAreDerivedHereAndPaintedFromThere)
     EXPECT_EQ(seen.GetPixelColor(19, 9), RGB(1, 2, 3));
     EXPECT_TRUE(view.DestroyWindow());
     EXPECT_TRUE(view.gone);
+}
+
+TEST(Exports, WithoutAnEncoderNothingIsWritten)
+{
+    CMP3OutFile file;
+    if (file.IsEncoderAvailable())
+        GTEST_SKIP() << "the encoder lies beside this program";
+    const TempFolder folder;
+    const std::string path = folder.Path("a.mp3");
+    EXPECT_EQ(file.GetEncoderProblem().Find("there is no "), 0) << file.GetEncoderProblem();
+    EXPECT_FALSE(file.InitLame());
+    EXPECT_FALSE(file.Open(path.c_str(), CFile::modeCreate | CFile::modeWrite));
+    i16 frame[2] = {};
+    EXPECT_EQ(file.Write(frame, 1), 0);
+    EXPECT_TRUE(file.Close());
+    MP3EncodingJob job;
+    job.open = [] { return std::make_unique<CSoundFile>(); };
+    job.path = path.c_str();
+    CMP3OutFile::InitBEConfig(&job.config);
+    CString problem;
+    EXPECT_EQ(EncodeMP3(job, &problem), MP3EncodingResult::noEncoder);
+    EXPECT_EQ(problem, file.GetEncoderProblem());
+    EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST(Exports, ObjectsAreMadeThereAndDestroyedHere)
