@@ -3,9 +3,18 @@
 
 #include <dlfcn.h>
 #include <limits.h>
+#include <mutex>
 #include <unistd.h>
 
 namespace NV {
+
+namespace {
+
+/// Whoever gives a module back last runs what it does at its end, behind all that others have done with it. The system
+/// sees to that too, with a lock that checkers do not know of.
+std::mutex loading;
+
+} // namespace
 
 std::string Module::PathOf(const char* name)
 {
@@ -24,6 +33,7 @@ bool Module::Load(const char* name, std::string& problem)
         problem = "there is no " + path;
         return false;
     }
+    const std::lock_guard hold(loading);
     handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
         const char* const reason = dlerror();
@@ -34,6 +44,7 @@ bool Module::Load(const char* name, std::string& problem)
 
 void Module::Unload()
 {
+    const std::lock_guard hold(loading);
     if (handle)
         dlclose(handle);
     handle = nullptr;
