@@ -60,6 +60,8 @@ void AddPalette(CLI::App& app);
 void AddClean(CLI::App& app);
 void AddView(CLI::App& app);
 void AddWaveform(CLI::App& app);
+void AddDiscId(CLI::App& app);
+void AddCddb(CLI::App& app);
 
 // Adds the --json flag that every reporting command has.
 CLI::Option* AddJsonFlag(CLI::App& command, bool& json);

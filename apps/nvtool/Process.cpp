@@ -155,6 +155,7 @@ void AddProcess(CLI::App& app)
         ->type_name("DIR");
     AddSilenceOptions(command, options->process.silence);
     command.add_flag("--mp3", options->process.mp3, "Also make track.mp3, which the page then plays");
+    AddDiscTitlesOptions(command, options->process.titles);
     AddJobsOption(command, options->jobs);
     AddJsonFlag(command, options->json);
     command.footer(

@@ -1,6 +1,7 @@
 // The page that 'nvtool process' leaves for a person: one HTML file that refers to nothing but the files beside it.
 #pragma once
 
+#include "DiscTitles.h"
 #include "Pages.h"
 #include "ScreenPictures.h"
 #include "Sound.h"
@@ -31,6 +32,7 @@ struct TrackResults {
     bool screensCut = false; // there were more
     std::string wav, mp3, cdg, sheet, waveform, script;
     std::optional<PrintFacts> print;
+    std::optional<DiscTitles> titles;
     std::vector<std::string> remarks;
 
     // The longer one of sound and graphics.

@@ -209,6 +209,8 @@ ordered_json ToJson(const TrackResults& results, const std::vector<std::string>&
     }
     if (results.graphics)
         json["graphics"] = GraphicsJson(*results.graphics);
+    if (results.titles)
+        json["disc"] = RecordJson(results.titles->record, results.titles->encoding);
     json["pages"] = ordered_json::array();
     for (size_t i = 0; i < results.pages.pages.size(); ++i) {
         const Page& page = results.pages.pages[i];
@@ -278,6 +280,11 @@ ProcessedTrack ProcessTrack(const std::string& track, const std::string& target,
     EncodeSound(job, sound, folder, results);
     if (results.identity.kind == StreamKind::DiscImage || results.identity.kind == StreamKind::Graphics)
         ReportGraphics(job, folder, results);
+    if (std::string remark; !options.titles.db.empty()) {
+        results.titles = FindDiscTitles(track, options.titles, remark);
+        if (!remark.empty())
+            results.remarks.push_back(remark);
+    }
     WriteText(folder.Add("index.html"), BuildProcessPage(results));
     const fs::path reportPath = folder.Add(ResultFolder::reportName);
     done.report = ToJson(results, folder.Names());

@@ -13,6 +13,7 @@ namespace nvtool {
 struct ProcessOptions {
     SilenceOptions silence;
     bool mp3 = false;
+    DiscTitlesOptions titles;
 };
 
 struct ProcessedTrack {

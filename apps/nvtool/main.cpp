@@ -69,6 +69,8 @@ int main(int argc, char** argv)
     AddMakeSample(app);
     AddPlay(app);
     AddMp3(app);
+    AddDiscId(app);
+    AddCddb(app);
 
     try {
         app.parse(argc, argv);

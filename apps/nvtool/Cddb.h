@@ -1,0 +1,11 @@
+// The parts of nvtool cddb.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace nvtool {
+
+// Adds those that need no server: local, unpack, download.
+void AddCddbLocal(CLI::App& cddb);
+
+} // namespace nvtool
