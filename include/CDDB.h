@@ -153,7 +153,8 @@ public:
     //
     // A record is a file of its own, named by its id, or a part of a file that holds a range of ids ("10to1F"). Names
     // match without case; folders are visited in sorted order. A client that is asked again about the same folder keeps
-    // a list of its names, brought up to date when a folder's time changes.
+    // a list of its names and what it compared of their records, brought up to date when a folder's time changes; a
+    // record that is written over in place is seen when it is among the answers.
 
     /// The records for a disc whose id may be off by up to 16 in its first byte: the one with the same number of tracks
     /// whose offsets fit best, then the others with its id or the one asked for. Nonzero when there is one.
@@ -201,6 +202,16 @@ public:
     /// title must all be there. `record` is empty then.
     bool ParseRecord(const char* text, CCDDBRecord& record);
 
+    /// What the commands do with the body of an answer, its line with the code included. False, with the last error and
+    /// the message set, when it is not what a server answers.
+    bool ParseQueryBody(const std::string& body, std::vector<CCDDBQueryResult>& results);
+    bool ParseSitesBody(const std::string& body, std::vector<CCDDBSite>& sites);
+    bool ParseCategoriesBody(const std::string& body, std::vector<CString>& categories);
+    bool ParseStatusBody(const std::string& body, CCDDBStatus& status);
+    bool ParseMessageBody(const std::string& body, CString& text);
+    bool ParseRecordBody(const std::string& body, CCDDBRecord& record);
+    bool ParseSubmitBody(const std::string& body);
+
     /// Base64 with padding.
     static CString EncodeBase64(const void* bytes, int count);
     /// Characters that `EncodeBase64` gives for so many bytes.
@@ -214,14 +225,6 @@ private:
     bool Exchange(const CCDDBSite& site, const CString& request, bool checkTerminator, std::string& body);
     bool Command(CCDDBSite& site, const CString& command, std::string& body);
     bool HttpsGet(const CString& url, std::string& body);
-
-    bool ParseQueryBody(const std::string& body, std::vector<CCDDBQueryResult>& results);
-    bool ParseSitesBody(const std::string& body, std::vector<CCDDBSite>& sites);
-    bool ParseCategoriesBody(const std::string& body, std::vector<CString>& categories);
-    bool ParseStatusBody(const std::string& body, CCDDBStatus& status);
-    bool ParseMessageBody(const std::string& body, CString& text);
-    bool ParseRecordBody(const std::string& body, CCDDBRecord& record);
-    bool ParseSubmitBody(const std::string& body);
 
     NV::LocalTree& TreeFor(const char* folder);
     CString ReadOnline(const char* drive, u32 discId, const std::vector<i32>& frameOffsets, const CCDDBSite& site);

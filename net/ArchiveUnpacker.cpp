@@ -69,6 +69,8 @@ ArchiveUnpacker::~ArchiveUnpacker()
     std::error_code ignored;
     if (!staging.empty())
         fs::remove_all(staging, ignored);
+    for (const fs::path& folder : madeParents)
+        fs::remove(folder, ignored); // fails where something was put into it
 }
 
 bool ArchiveUnpacker::Fail(const std::string& what)
@@ -86,6 +88,9 @@ bool ArchiveUnpacker::Run(const char* archive, const std::function<void(double)>
 bool ArchiveUnpacker::MakeStaging()
 {
     std::error_code error;
+    for (fs::path folder = target.parent_path(); folder.has_relative_path() && !fs::exists(folder, error);
+         folder = folder.parent_path())
+        madeParents.push_back(folder);
     fs::create_directories(target.parent_path(), error);
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
         fs::path candidate = target;

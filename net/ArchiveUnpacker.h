@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace NV {
 
@@ -40,6 +41,7 @@ private:
     bool PutInPlace();
 
     std::filesystem::path target, staging;
+    std::vector<std::filesystem::path> madeParents; // deepest first
     u64 room;
     std::string failure;
 };

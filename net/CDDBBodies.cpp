@@ -55,6 +55,17 @@ std::string_view ListText(std::string_view body)
     return text.substr(0, end + 2);
 }
 
+/// What is wrong with an answer, for a person: a refusal says it itself.
+CString Refusal(const char* command, std::string_view body)
+{
+    constexpr std::size_t longest = 200;
+    const std::string_view line = body.substr(0, body.find_first_of("\r\n"));
+    CString message = CString("FreeDB server did not respond correctly to the ") + command + " command";
+    if (GetCDDBReponseCode(body) >= 400)
+        message += ": " + ToCString(line.substr(0, longest));
+    return message;
+}
+
 struct StatusKey {
     std::string_view key;
     i32 CCDDBStatus::*number;
@@ -111,7 +122,7 @@ bool CCDDB::ParseQueryBody(const std::string& body, std::vector<CCDDBQueryResult
 bool CCDDB::ParseSitesBody(const std::string& body, std::vector<CCDDBSite>& sites)
 {
     if (!HasList(body))
-        return Fail(netNotSupported, "FreeDB server did not respond correctly to the sites command");
+        return Fail(netNotSupported, Refusal("sites", body));
     ListLines lines(body);
     for (std::string_view line; lines.Next(line);) {
         CCDDBSite site;
@@ -124,7 +135,7 @@ bool CCDDB::ParseSitesBody(const std::string& body, std::vector<CCDDBSite>& site
 bool CCDDB::ParseCategoriesBody(const std::string& body, std::vector<CString>& categories)
 {
     if (!HasList(body))
-        return Fail(netNotSupported, "FreeDB server did not respond correctly to the categories command");
+        return Fail(netNotSupported, Refusal("categories", body));
     ListLines lines(body);
     for (std::string_view line; lines.Next(line);) {
         line = TrimmedBlanks(line);
@@ -137,7 +148,7 @@ bool CCDDB::ParseCategoriesBody(const std::string& body, std::vector<CString>& c
 bool CCDDB::ParseStatusBody(const std::string& body, CCDDBStatus& status)
 {
     if (!HasList(body))
-        return Fail(netNotSupported, "FreeDB server did not respond correctly to the status command");
+        return Fail(netNotSupported, Refusal("status", body));
     enum { plain, categories, pending } section = plain;
     ListLines lines(body);
     for (std::string_view line; lines.Next(line);) {
@@ -180,7 +191,7 @@ bool CCDDB::ParseRecordBody(const std::string& body, CCDDBRecord& record)
 {
     record = CCDDBRecord();
     if (!HasList(body) || !ReadRecord(ListText(body), record))
-        return Fail(netNotSupported, "FreeDB server did not respond correctly to the read command");
+        return Fail(netNotSupported, Refusal("read", body));
     return true;
 }
 

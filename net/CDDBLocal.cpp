@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <limits>
+#include <span>
 
 using namespace NV;
 
@@ -19,7 +20,7 @@ constexpr i64 worstScore = std::numeric_limits<i64>::max();
 constexpr i64 karaokeBonus = 10;
 
 /// How far a record's offsets are from the disc's; a karaoke record wins over one that fits as well.
-i64 ScoreOf(const std::vector<i32>& offsets, const std::vector<i32>& recordOffsets, const std::string& category)
+i64 ScoreOf(const std::vector<i32>& offsets, std::span<const i32> recordOffsets, const std::string& category)
 {
     u64 sum = 0;
     for (std::size_t i = 0; i < offsets.size(); ++i) {
@@ -30,12 +31,55 @@ i64 ScoreOf(const std::vector<i32>& offsets, const std::vector<i32>& recordOffse
     return static_cast<i64>(sum) - (SameWithoutCase(category, "karaoke") ? karaokeBonus : 0);
 }
 
-/// A record that was counted; the whole of it is taken apart only when it is among the results.
+/// A record that was counted; the whole of it is read only when it is among the results.
 struct Counted {
     u32 discId;
-    std::string category;
-    std::size_t textStart, textLength; // of the texts of all of them
+    i64 score;
+    std::string category, file;
 };
+
+/// The best record for a disc, then the others with its id or the one asked for. False when one of them is gone or is
+/// not what its head told, which was read earlier.
+bool FindRecords(LocalTree& database, u32 discId, const std::vector<i32>& frameOffsets,
+                 std::vector<CCDDBRecord>& records)
+{
+    records.clear();
+    std::vector<Counted> counted;
+    std::size_t best = 0;
+    i64 bestScore = worstScore;
+    database.ReadHeads(CandidateIds(discId), [&](const LocalTree::FoundHead& found) {
+        if (found.frameOffsets.size() != frameOffsets.size())
+            return;
+        const i64 score = ScoreOf(frameOffsets, found.frameOffsets, found.category);
+        if (score < bestScore) {
+            bestScore = score;
+            best = counted.size();
+        }
+        counted.push_back({found.recordId, score, found.category, found.file});
+    });
+    if (bestScore == worstScore)
+        return true;
+    bool asTold = true;
+    const auto add = [&](const Counted& chosen) {
+        std::string_view text;
+        CCDDBRecord record;
+        if (!database.ReadText({0, chosen.category, chosen.file, 0, {}}, text) || !ReadRecord(text, record) ||
+            record.discId != chosen.discId || record.frameOffsets.size() != frameOffsets.size() ||
+            ScoreOf(frameOffsets, record.frameOffsets, chosen.category) != chosen.score) {
+            asTold = false;
+            return;
+        }
+        record.category = chosen.category.c_str();
+        records.push_back(std::move(record));
+    };
+    const u32 bestId = counted[best].discId;
+    add(counted[best]);
+    for (std::size_t i = 0; i < counted.size(); ++i) {
+        if (i != best && (counted[i].discId == bestId || counted[i].discId == discId))
+            add(counted[i]);
+    }
+    return asTold;
+}
 
 bool IsPlainName(std::string_view name)
 {
@@ -85,36 +129,12 @@ int CCDDB::QueryLocal(const char* folder, u32 discId, const std::vector<i32>& fr
                       std::vector<CCDDBRecord>& records)
 {
     ClearError();
-    records.clear();
-    std::vector<Counted> counted;
-    std::string texts;
-    std::size_t best = 0;
-    i64 bestScore = worstScore;
-    RecordHead head;
-    TreeFor(folder).ReadFiles(CandidateIds(discId), [&](const LocalTree::Found& found) {
-        if (!ReadRecordHead(found.text, head) || head.frameOffsets.size() != frameOffsets.size())
-            return true;
-        const i64 score = ScoreOf(frameOffsets, head.frameOffsets, found.category);
-        if (score < bestScore) {
-            bestScore = score;
-            best = counted.size();
-        }
-        counted.push_back({head.discId, found.category, texts.size(), found.text.size()});
-        texts += found.text;
-        return true;
-    });
-    if (bestScore == worstScore)
-        return 0;
-    const auto add = [&](const Counted& chosen) {
-        ReadRecord(std::string_view(texts).substr(chosen.textStart, chosen.textLength), records.emplace_back());
-        records.back().category = chosen.category.c_str();
-    };
-    add(counted[best]);
-    for (std::size_t i = 0; i < counted.size(); ++i) {
-        if (i != best && (counted[i].discId == counted[best].discId || counted[i].discId == discId))
-            add(counted[i]);
+    LocalTree& database = TreeFor(folder);
+    if (!FindRecords(database, discId, frameOffsets, records)) {
+        database.Forget();
+        FindRecords(database, discId, frameOffsets, records);
     }
-    return 1;
+    return !records.empty();
 }
 
 int CCDDB::Read(const char* folder, u32 discId, bool exactFile, CCDDBRecord& record, CString& category)

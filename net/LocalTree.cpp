@@ -13,6 +13,8 @@ constexpr std::size_t longestRecord = 4 << 20;
 constexpr u32 idTail = 0xFFFFFF;
 /// File systems stamp in steps of up to this; a folder that changed later may change once more within the same stamp.
 constexpr i64 secondsToSettle = 2;
+/// Offsets of heads that are kept; a few MiB.
+constexpr std::size_t mostKeptOffsets = 2 << 20;
 /// Enough names to see how a folder's names are written; hardly any has no letters.
 constexpr std::size_t sampledNames = 16;
 
@@ -133,7 +135,7 @@ LocalTree::Spelling LocalTree::UsualSpelling(const std::vector<std::string>& fol
     return capital;
 }
 
-bool LocalTree::ReadWithoutIndex(std::span<const u32> ids, Spelling spelling, const Use& use)
+bool LocalTree::FindWithoutIndex(std::span<const u32> ids, Spelling spelling, const UseFile& use) const
 {
     bool found = false;
     const std::vector<std::string> folders = SubfoldersOf(path);
@@ -154,12 +156,18 @@ bool LocalTree::ReadWithoutIndex(std::span<const u32> ids, Spelling spelling, co
                          [&](const std::string& each) { return folder.Has(each.c_str()); });
         for (const std::string& file : there) {
             found = true;
-            std::string_view text;
-            if (folder.Read(file.c_str(), longestRecord, buffer, text) && !use({LeadingHex(file), name, text}))
+            if (!use(folder, name, file))
                 return true;
         }
     }
     return found;
+}
+
+void LocalTree::FindFirstTime(std::span<const u32> ids, const UseFile& use)
+{
+    asked = true;
+    if (!FindWithoutIndex(ids, mixed, use) && fileNamesHaveCase && !FindWithoutIndex(ids, small, use))
+        FindWithoutIndex(ids, capital, use);
 }
 
 // ---- The index ----
@@ -203,6 +211,7 @@ void LocalTree::Merge()
             index.push_back(entry | static_cast<u64>(i & idTail) << 16);
     }
     std::sort(index.begin(), index.end());
+    Forget(); // entries may stand for other folders now
 }
 
 bool LocalTree::OpenRoot()
@@ -266,14 +275,8 @@ std::string LocalTree::IndexedName(const Category& category, u64 entry) const
     return {};
 }
 
-void LocalTree::ReadFiles(std::span<const u32> ids, const Use& use)
+void LocalTree::FindInIndex(std::span<const u32> ids, const UseEntry& use)
 {
-    if (!asked) {
-        asked = true;
-        if (!ReadWithoutIndex(ids, mixed, use) && fileNamesHaveCase && !ReadWithoutIndex(ids, small, use))
-            ReadWithoutIndex(ids, capital, use);
-        return;
-    }
     if (!UpdateIndex())
         return;
     const u64 tail = static_cast<u64>(ids.front() & idTail);
@@ -285,14 +288,84 @@ void LocalTree::ReadFiles(std::span<const u32> ids, const Use& use)
         const Category& category = categories[number];
         for (const u32 id : ids) { // each name once
             const auto entry = std::find_if(at, folderEnd, [&](u64 each) { return IdOf(each) == id; });
-            std::string_view text;
             if (entry != folderEnd &&
-                category.folder.Read(IndexedName(category, *entry).c_str(), longestRecord, buffer, text) &&
-                !use({id, category.name, text}))
+                !use(category, static_cast<std::size_t>(entry - index.begin()), IndexedName(category, *entry)))
                 return;
         }
         at = folderEnd;
     }
+}
+
+void LocalTree::Forget()
+{
+    keptAt.assign(index.size(), 0);
+    keptHeads.clear();
+    keptOffsets.clear();
+}
+
+/// The head of a record. False when the file is gone.
+bool LocalTree::HeadOf(const Category& category, std::size_t place, const std::string& file, KeptHead& found)
+{
+    if (keptAt[place] > 0) {
+        found = keptHeads[keptAt[place] - 1];
+        return true;
+    }
+    std::string_view text;
+    FileMoment written;
+    if (!category.folder.Read(file.c_str(), longestRecord, buffer, text, &written))
+        return false;
+    found = {0, static_cast<u32>(keptOffsets.size()), 0};
+    if (ReadRecordHead(text, head)) {
+        found.recordId = head.discId;
+        found.offsets = static_cast<u32>(head.frameOffsets.size());
+        keptOffsets.insert(keptOffsets.end(), head.frameOffsets.begin(), head.frameOffsets.end());
+    }
+    if (Settled(written, FileClockNow())) { // otherwise somebody may be in the middle of writing it
+        keptHeads.push_back(found);
+        keptAt[place] = static_cast<u32>(keptHeads.size());
+    }
+    return true;
+}
+
+void LocalTree::ReadHeads(std::span<const u32> ids, const std::function<void(const FoundHead& found)>& use)
+{
+    if (!asked) {
+        FindFirstTime(ids, [&](const FolderHandle& folder, const std::string& category, const std::string& file) {
+            std::string_view text;
+            if (folder.Read(file.c_str(), longestRecord, buffer, text) && ReadRecordHead(text, head))
+                use({LeadingHex(file), category, file, head.discId, head.frameOffsets});
+            return true;
+        });
+        return;
+    }
+    if (keptOffsets.size() > mostKeptOffsets)
+        Forget();
+    FindInIndex(ids, [&](const Category& category, std::size_t place, const std::string& file) {
+        KeptHead kept;
+        if (HeadOf(category, place, file, kept) && kept.offsets > 0)
+            use({IdOf(index[place]), category.name, file, kept.recordId,
+                 std::span(keptOffsets).subspan(kept.firstOffset, kept.offsets)});
+        return true;
+    });
+}
+
+bool LocalTree::ReadText(const FoundHead& found, std::string_view& text)
+{
+    const std::string file = found.category + pathSeparator + found.file;
+    return OpenRoot() && root.Read(file.c_str(), longestRecord, buffer, text);
+}
+
+void LocalTree::ReadFiles(std::span<const u32> ids, const Use& use)
+{
+    const auto read = [&](const FolderHandle& folder, const std::string& category, const std::string& file) {
+        std::string_view text;
+        return !folder.Read(file.c_str(), longestRecord, buffer, text) || use({LeadingHex(file), category, text});
+    };
+    if (!asked)
+        return FindFirstTime(ids, read);
+    FindInIndex(ids, [&](const Category& category, std::size_t, const std::string& file) {
+        return read(category.folder, category.name, file);
+    });
 }
 
 void LocalTree::ReadRanges(std::span<const u32> ids, const Use& use)

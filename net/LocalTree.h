@@ -9,6 +9,7 @@
 #include "CDDBTypes.h"
 #include "FolderNames.h"
 #include "NVTypes.h"
+#include "RecordReader.h"
 
 #include <functional>
 #include <span>
@@ -34,6 +35,23 @@ public:
     };
     /// Returns false to stop.
     using Use = std::function<bool(const Found& found)>;
+    /// The same of a valid record's head; `file` is the record's file in the category's folder.
+    struct FoundHead {
+        u32 id;
+        const std::string& category;
+        const std::string& file;
+        u32 recordId; ///< The one inside of it.
+        std::span<const i32> frameOffsets;
+    };
+
+    /// Judges the records of these ids that have files of their own, folder by folder and in each in the order of the
+    /// ids. All ids have their last three bytes in common. Heads that were read are kept until a folder changes, which
+    /// does not tell of files that are written over in place: see `Forget`.
+    void ReadHeads(std::span<const u32> ids, const std::function<void(const FoundHead& found)>& use);
+    /// The whole text of one of them; it is valid until the next call of this object. False when it is there no longer.
+    bool ReadText(const FoundHead& found, std::string_view& text);
+    /// Has all heads read again, when a text turned out to be another than its head told.
+    void Forget();
 
     /// Reads the records of these ids that have files of their own, folder by folder and in each in the order of the
     /// ids. All ids have their last three bytes in common.
@@ -63,10 +81,23 @@ private:
         std::vector<RangeFile> ranges;
         std::vector<std::pair<u32, std::string>> mixedNames;
     };
+    /// A head that was read once. Its offsets are in `keptOffsets`.
+    struct KeptHead {
+        u32 recordId;
+        u32 firstOffset;
+        u32 offsets; // 0: the record is not valid
+    };
+    /// What stands at a place of the index.
+    using UseEntry = std::function<bool(const Category& category, std::size_t place, const std::string& file)>;
 
     static std::string NameOf(u32 id, Spelling spelling);
     static bool IsSmallSpelling(const FolderHandle& folder, bool& known);
-    bool ReadWithoutIndex(std::span<const u32> ids, Spelling spelling, const Use& use);
+    using UseFile =
+        std::function<bool(const FolderHandle& folder, const std::string& category, const std::string& file)>;
+    bool FindWithoutIndex(std::span<const u32> ids, Spelling spelling, const UseFile& use) const;
+    void FindFirstTime(std::span<const u32> ids, const UseFile& use);
+    void FindInIndex(std::span<const u32> ids, const UseEntry& use);
+    bool HeadOf(const Category& category, std::size_t place, const std::string& file, KeptHead& found);
     Spelling UsualSpelling(const std::vector<std::string>& folders) const;
     bool OpenRoot();
     bool UpdateIndex();
@@ -82,6 +113,10 @@ private:
     std::vector<Category> categories;
     std::vector<u64> index;   // all entries, sorted: last three bytes, folder, first byte, spelling
     std::vector<char> buffer; // for the record that is being read
+    RecordHead head;          // the same, taken apart
+    std::vector<u32> keptAt;  // for each entry of the index: which of the kept heads, counted from 1; 0 for none
+    std::vector<KeptHead> keptHeads;
+    std::vector<i32> keptOffsets;
 };
 
 /// Looks for records in a range file and calls `use` with the text of each that is wanted, until it returns false.

@@ -9,7 +9,7 @@ usage_if_asked "$@"
 
 base=(g++ cmake ninja-build libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev nlohmann-json3-dev libstb-dev zlib1g-dev
   bmagic libx11-dev libxtst-dev xvfb xdotool libasound2-dev libmp3lame-dev ffmpeg pkg-config libcurl4-openssl-dev libcdio-dev
-  libarchive-dev libssl-dev python3 mpg123)
+  libarchive-dev libssl-dev python3 mpg123 tinyproxy-bin libcddb2-dev libcddb-file-perl)
 browser=(chromium)
 lint=(clang clang-tidy clang-format shellcheck doxygen)
 fuzz=(clang libclang-rt-14-dev)

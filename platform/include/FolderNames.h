@@ -41,8 +41,10 @@ public:
     /// When names were last added or removed; other changes may count too. False when the folder has gone.
     bool Changed(FileMoment& moment) const;
     /// Reads a whole file of at most `most` bytes into `buffer`, which grows as needed and is worth keeping; `bytes` is
-    /// the part of it that was filled. False when there is no such file, it is longer, or cannot be read.
-    bool Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes) const;
+    /// the part of it that was filled. `written` is when the file was last written to, as of the begin of reading.
+    /// False when there is no such file, it is longer, or cannot be read.
+    bool Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes,
+              FileMoment* written = nullptr) const;
     /// It has at most a few hundred names.
     bool IsSmall() const;
     /// A few of its names, as they come.

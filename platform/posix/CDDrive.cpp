@@ -1,6 +1,8 @@
 // CDDrive.h over libcdio, which reads drives and image files alike.
 #include "CDDrive.h"
 
+#include "NrgCheck.h"
+
 #include <cdio/cdio.h>
 #include <cdio/logging.h>
 
@@ -42,7 +44,10 @@ bool ReadDiscPositions(const std::string& drive, std::vector<DiscPosition>& posi
 {
     positions.clear();
     Silence();
-    const Disc disc(cdio_open(drive.c_str(), DriverFor(drive)), &cdio_destroy);
+    const driver_id_t driver = DriverFor(drive);
+    if (driver == DRIVER_NRG && !IsSoundNrg(drive))
+        return false;
+    const Disc disc(cdio_open(drive.c_str(), driver), &cdio_destroy);
     if (!disc)
         return false;
     const track_t first = cdio_get_first_track_num(disc.get());

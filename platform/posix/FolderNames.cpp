@@ -44,6 +44,12 @@ EntryKind KindOf(int folder, const dirent& entry)
     return S_ISREG(info.st_mode) ? EntryKind::file : S_ISDIR(info.st_mode) ? EntryKind::folder : EntryKind::other;
 }
 
+/// Of times the one that nobody can set back, not even who copies a whole tree with its times.
+FileMoment ChangeOf(const struct stat& info)
+{
+    return {info.st_ctim.tv_sec, static_cast<u32>(info.st_ctim.tv_nsec)};
+}
+
 } // namespace
 
 const char pathSeparator = '/';
@@ -115,17 +121,20 @@ bool FolderHandle::Changed(FileMoment& moment) const
     struct stat info;
     if (fstat(static_cast<int>(handle), &info) != 0 || info.st_nlink == 0)
         return false;
-    // Unlike the time of the last write nobody can set this one back, not even who copies a whole tree with its times.
-    moment = {info.st_ctim.tv_sec, static_cast<u32>(info.st_ctim.tv_nsec)};
+    moment = ChangeOf(info);
     return true;
 }
 
-bool FolderHandle::Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes) const
+bool FolderHandle::Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes,
+                        FileMoment* written) const
 {
     // O_NONBLOCK: what has such a name may be a pipe.
     const int file = openat(static_cast<int>(handle), name, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
         return false;
+    struct stat info;
+    if (written && fstat(file, &info) == 0)
+        *written = ChangeOf(info);
     constexpr std::size_t step = 16 << 10; // nearly every record comes with the first read
     std::size_t filled = 0;
     bool whole = false;

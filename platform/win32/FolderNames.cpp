@@ -115,13 +115,17 @@ bool FolderHandle::Changed(FileMoment& moment) const
     return true;
 }
 
-bool FolderHandle::Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes) const
+bool FolderHandle::Read(const char* name, std::size_t most, std::vector<char>& buffer, std::string_view& bytes,
+                        FileMoment* written) const
 {
     const OpenedHandle file(CreateFileA((folder + name).c_str(), GENERIC_READ,
                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         return false;
+    FILETIME time;
+    if (written && GetFileTime(file.Get(), nullptr, nullptr, &time))
+        *written = MomentOf(time);
     constexpr std::size_t step = 16 << 10; // nearly every record comes with the first read
     std::size_t filled = 0;
     bool whole = false;

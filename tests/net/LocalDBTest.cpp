@@ -133,6 +133,8 @@ TEST_F(LocalDBTest, ArchivesThatMustNotUnpackChangeNothing)
 
     MakeArchive(folder.Path("a"), {{"rock/0000000a", "new"}, {"rock/big", Noise(1, 300000)}});
     EXPECT_FALSE(Unpack([] { return true; }));
+    EXPECT_FALSE(CCDDB::UnpackLocalDB(folder.Path("out/x").c_str(), folder.Path("new/deep").c_str()));
+    EXPECT_FALSE(fs::exists(folder.Path("new"))) << "folders that were made on the way";
     int asked = 0;
     EXPECT_FALSE(Unpack([&] { return ++asked == 4; }));
     CCDDB::c_nMaxUnpackedSize = 200000;

@@ -2,6 +2,7 @@
 // later.
 #include "CDDB.h"
 #include "net/LocalTree.h"
+#include "platform/FolderTime.h"
 #include "support/TempFolder.h"
 
 #include <filesystem>
@@ -149,9 +150,8 @@ TEST_F(LocalTest, TheIndexSeesWhatChanges)
     Put("blues", Hex(discId), TextOf(discId, "new folder"));
     EXPECT_EQ(Query(client), (Found{"blues:new folder", "rock:changed"}));
     // Folders whose times lie back are not listed again, until these change.
-    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(1);
     for (const char* const name : {"", "rock", "blues"})
-        fs::last_write_time(folder.Path(name), old);
+        ASSERT_TRUE(SetFolderTimeBack(folder.Path(name).c_str(), 3600));
     EXPECT_EQ(Query(client).size(), 2u);
     Put("rock", Hex(discId + 0x01000000), TextOf(discId, "another"));
     EXPECT_EQ(Query(client).size(), 3u);
@@ -235,7 +235,8 @@ TEST_F(LocalTest, WhatIsWrittenIsFound)
     const std::string db = folder.Path("new/db");
     ASSERT_TRUE(client.WriteLocal(db.c_str(), "Rock", RecordOf(0x9a0bed0d, "one")));
     EXPECT_TRUE(fs::exists(db + "/Rock/9A0BED0D"));
-    fs::rename(db + "/Rock/9A0BED0D", db + "/Rock/9a0bed0d");
+    fs::rename(db + "/Rock/9A0BED0D", db + "/Rock/other"); // the next step alone may count as nothing to do
+    fs::rename(db + "/Rock/other", db + "/Rock/9a0bed0d");
     ASSERT_TRUE(client.WriteLocal(db.c_str(), "rock", RecordOf(0x9a0bed0d, "two")));
     ASSERT_TRUE(client.WriteLocal(db.c_str(), "rock", RecordOf(0x9b0bed0e, "three")));
     std::vector<std::string> names;
