@@ -186,7 +186,22 @@ def waveform():
     add(f"a page without a peak file ({name})", worst, "ms", "thirty milliseconds", 30.0, "1", less_is_better=True)
 
 
-jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3, "encode": encode, "peaks": peaks, "waveform": waveform}
+def cddb():
+    if not have("xmcd"):
+        return
+    best = run_benchmark("CddbBench", ".", NVLIB_BENCH_CDDB="xmcd", NVLIB_BENCH_CDDB_RANGES="xmcd-ranges",
+                         NVLIB_BENCH_QUERIES="queries.txt")
+    time = {name: figures["real_time"] for name, figures in best.items()}
+    limit = limits("cddb", path("xmcd"), path("queries.txt"))
+    add("a disc, asked for once", time["query_fresh"], "us", "limit: 33 names in every folder",
+        limit.get("33 candidate names in every folder, by opening"), "1.5 and the records read", less_is_better=True)
+    add("a disc, asked again", time["query_again"], "us", "20 microseconds", 20.0, "1", less_is_better=True)
+    add("the index of 100,000 records", time["index"], "ms", "limit: listing the names", limit.get("listing the names into an index"),
+        "1.5", less_is_better=True)
+    add("a disc in range files", time["range_fresh"], "us", "a millisecond", 1000.0, less_is_better=True)
+
+
+jobs = {"cdg": cdg, "scan": scan, "split": split, "silence": silence, "mp3": mp3, "encode": encode, "peaks": peaks, "waveform": waveform, "cddb": cddb}
 for job in sys.argv[3:] or jobs:
     if job not in jobs:
         sys.exit(f"bench.py: no job '{job}' ({' '.join(jobs)})")

@@ -2,7 +2,7 @@
 # Builds and runs the benchmarks, beside outside tools that do the same job and, where ../shared/bench-peers holds programs
 # for it, beside what this machine allows at all. Prints the ratios as a table; run nothing else meanwhile.
 #
-#   scripts/bench.sh [JOB...]      jobs: cdg scan split silence mp3 encode peaks waveform (all of them without one)
+#   scripts/bench.sh [JOB...]      jobs: cdg scan split silence mp3 encode peaks waveform cddb (all of them without one)
 #
 # Each figure is the best of several passes, files in the page cache. Raw results lie in out/bench.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -10,7 +10,7 @@ usage_if_asked "$@"
 "$root/scripts/setup.sh" base bench
 
 step "Build"
-build release CdgBench ScanBench SplitBench SilenceBench Mp3WalkBench EncodeBench PeakBench WaveViewBench
+build release CdgBench ScanBench SplitBench SilenceBench Mp3WalkBench EncodeBench PeakBench WaveViewBench CddbBench
 
 work=$root/out/bench
 peers=$root/../shared/bench-peers
@@ -27,6 +27,13 @@ if [[ -e $peers/limits.cpp && -e $peers/gen_inputs.cpp ]]; then
     "$work/gen_inputs" "$work" --records 0
     for _ in {1..10}; do cat "$work/song.cdg"; done >"$work/song10.cdg"
     touch "$work/inputs-made"
+  fi
+  if [[ ! -e $work/records-made ]]; then
+    mkdir -p "$work/records"
+    "$work/gen_inputs" "$work/records" --song-minutes 1 --wav-minutes 1
+    mv "$work/records"/xmcd "$work/records"/xmcd-ranges "$work/records"/queries.txt "$work"
+    rm -r "$work/records"
+    touch "$work/records-made"
   fi
 fi
 
