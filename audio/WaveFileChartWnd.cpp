@@ -150,6 +150,11 @@ i64 CWaveFileChartWnd::ValidatePosition(i64 frame) const
     return std::clamp<i64>(frame, 0, std::max<i64>(GetFileLength() - 1, 0));
 }
 
+bool CWaveFileChartWnd::CanShow(const CSoundFile& file)
+{
+    return WaveRows::CanShow(file);
+}
+
 void CWaveFileChartWnd::SetSoundFile(CSoundFile* file, bool sameAudio)
 {
     soundFile = file;

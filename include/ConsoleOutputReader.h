@@ -54,7 +54,7 @@ public:
     /// Runs a command line to its end: the program's path, in double quotes when it has blanks, and its arguments, in
     /// the form that Windows programs take them on every system (`QuoteArgument` makes it). A program that is to end is
     /// asked first ("q", then the system's own request where there is one) and killed with all that it has started when
-    /// it has not ended 0.7 s later. A program that ends by itself may leave others behind that hold its output open:
+    /// it has not ended 0.55 s later. A program that ends by itself may leave others behind that hold its output open:
     /// they get a second, then what is in the pipes still counts and later lines do not. True when the program ended by
     /// itself with exit code 0.
     bool Run(const std::string& commandLine, const LineHandler& handler, const CancelCheck& checkForCancel,

@@ -15,7 +15,7 @@
 
 namespace NV {
 
-class NVLIB_API CNamedPipeReader {
+class NV_CAPABILITY("mutex") NVLIB_API CNamedPipeReader {
 public:
     /// Runs on the reader thread whenever bytes have arrived, with no lock held, and must not block. What it throws is
     /// dropped.
@@ -40,8 +40,8 @@ public:
 
     /// The lock that the reader thread takes when it appends; for who reads several times in one go. Taking it twice
     /// throws std::system_error.
-    void Lock() NV_ACQUIRE(mutex) { mutex.Lock(); }
-    void Unlock() NV_RELEASE(mutex) { mutex.Unlock(); }
+    void Lock() NV_ACQUIRE() NV_NO_THREAD_SAFETY_ANALYSIS { mutex.Lock(); }
+    void Unlock() NV_RELEASE() NV_NO_THREAD_SAFETY_ANALYSIS { mutex.Unlock(); }
 
     /// Waits for no more writers and ends the thread. What is in the pipe by then still arrives, as far as there is
     /// room for it.

@@ -95,6 +95,9 @@ public:
     /// anew: start and pointer stay where they are in it, and only what may have changed is read again.
     void SetSoundFile(CSoundFile* file, bool sameAudio = false);
     CSoundFile* GetSoundFile() const { return soundFile; }
+    /// Whether the file's samples are of a kind whose waveform can be drawn: PCM of 8, 16, 24 or 32 bits, or
+    /// floating-point of 32. Of other files nothing is shown.
+    static bool CanShow(const CSoundFile& file);
 
     /// `newDensity` below 1 becomes 1 (and above 2^40 that). Nothing happens when it is what it was, unless `force`,
     /// which reads everything again.

@@ -21,8 +21,8 @@ using std::chrono::milliseconds;
 namespace {
 
 constexpr int kPollTime = 20;     // milliseconds between two cancel checks
-constexpr int kAnswerTime = 300;  // for the "q"
-constexpr int kRequestTime = 400; // for the system's own request to end
+constexpr int kAnswerTime = 250;  // for the "q"
+constexpr int kRequestTime = 300; // for the system's own request to end
 constexpr int kKillTime = 2000;   // only a system that hangs itself takes that long
 constexpr milliseconds kReaderTime{1000};
 constexpr int kPiece = 65536; // bytes read at a time

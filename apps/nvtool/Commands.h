@@ -62,6 +62,7 @@ void AddView(CLI::App& app);
 void AddWaveform(CLI::App& app);
 void AddDiscId(CLI::App& app);
 void AddCddb(CLI::App& app);
+void AddVideo(CLI::App& app);
 
 // Adds the --json flag that every reporting command has.
 CLI::Option* AddJsonFlag(CLI::App& command, bool& json);
@@ -100,6 +101,8 @@ public:
     static void Check();
     // Makes room for a line of text; the next Update draws the bar again.
     void Hide();
+    // So many seconds are done of nobody knows how many.
+    void UpdateUnknown(double seconds);
 
 private:
     std::string label;
@@ -107,6 +110,8 @@ private:
     bool terminal;
     bool drawn = false;
     std::chrono::steady_clock::time_point start, last;
+
+    bool IsDue();
 };
 
 // A file in the making: written under a temporary name in the folder where it will live, and renamed into place by

@@ -1,5 +1,6 @@
 // nvtool info: what a file is by its contents, and what it is made of.
 #include "Commands.h"
+#include "FFMpeg.h"
 #include "GraphicsReport.h"
 #include "Inputs.h"
 #include "Mp3Report.h"
@@ -27,6 +28,7 @@ struct Facts {
     std::optional<SoundReport> sound;
     std::optional<CDGStreamInfo> graphics;
     std::optional<Mp3Report> mp3;
+    std::optional<FoundSound> found; // by ffmpeg, in what is of no kind of ours
     std::vector<std::string> remarks;
     std::string failure; // why the file is of no use, when it is
 };
@@ -36,6 +38,8 @@ const char* KindWord(const Facts& facts)
 {
     if (facts.mp3)
         return "mp3";
+    if (facts.found)
+        return "sound";
     switch (facts.identity.kind) {
     case StreamKind::Empty:
         return "empty";
@@ -106,6 +110,10 @@ Facts Gather(const std::string& file)
     if (facts.identity.kind == StreamKind::Empty)
         facts.failure = "is empty";
     if (facts.identity.kind == StreamKind::Unknown && !facts.mp3)
+        facts.found = FindSound(file);
+    if (facts.found)
+        facts.kindText = kOtherSound;
+    else if (facts.identity.kind == StreamKind::Unknown && !facts.mp3)
         facts.failure = "is of no known kind";
 
     if (std::string remark = NameRemark(facts.identity, file); !remark.empty())
@@ -133,6 +141,10 @@ nlohmann::ordered_json ToJson(const Facts& facts, const std::string& file)
         json["sound"] = FormatJson(*facts.sound);
     if (facts.mp3)
         json["mpeg"] = Mp3Json(*facts.mp3);
+    if (facts.found)
+        json["ffmpeg"] = {{"sound", facts.found->description},
+                          {"seconds", !facts.found->IsLengthKnown() ? nlohmann::ordered_json()
+                                                                    : nlohmann::ordered_json(facts.found->seconds)}};
     if (facts.graphics)
         json["graphics"] = GraphicsJson(*facts.graphics);
     json["remarks"] = facts.remarks;
@@ -151,6 +163,10 @@ void Print(const Facts& facts, const std::string& file)
                     facts.sound->frames, FormatText(facts.sound->format).c_str());
     if (facts.mp3)
         PrintMp3(*facts.mp3);
+    if (facts.found)
+        std::printf("  %-22s %s, %s\n", "sound",
+                    !facts.found->IsLengthKnown() ? "unknown length" : TimeText(facts.found->seconds).c_str(),
+                    facts.found->description.c_str());
     if (facts.graphics)
         PrintGraphics(*facts.graphics);
     for (const std::string& remark : facts.remarks)

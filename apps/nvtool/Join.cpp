@@ -1,6 +1,7 @@
 // nvtool join: sound and graphics into a disc image.
 #include "BinFile.h"
 #include "Commands.h"
+#include "FFMpeg.h"
 #include "Inputs.h"
 #include "Sound.h"
 
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace nvtool {
@@ -35,17 +37,40 @@ double SectorSeconds(i64 sectors)
     return double(sectors) * kFramesPerSector / 44100;
 }
 
+bool Fits(const CSoundFile& sound)
+{
+    const WAVEFORMATEX& format = sound.GetFormat();
+    return format.wFormatTag == 1 && format.nChannels == 2 && format.nSamplesPerSec == 44100 &&
+           format.wBitsPerSample == 16 && format.nBlockAlign == 4;
+}
+
 i64 AudioFrames(const std::string& wav)
 {
     if (const StreamIdentity identity = Identify(wav); identity.kind != StreamKind::Wave)
         throw Error(wav, "is no WAV file: " + KindText(identity));
-    const auto sound = OpenSound(wav);
-    const WAVEFORMATEX& format = sound->GetFormat();
-    const bool fits = format.wFormatTag == 1 && format.nChannels == 2 && format.nSamplesPerSec == 44100 &&
-                      format.wBitsPerSample == 16 && format.nBlockAlign == 4;
-    if (!fits)
-        throw Error(wav, "a disc image takes 44100 Hz, stereo, 16 bits; this is " + FormatText(format));
+    const auto sound = OpenSound(wav, StreamKind::Wave);
+    if (!sound)
+        throw Error(wav, "begins like a WAV file, but its chunks do not hold together");
+    if (!Fits(*sound))
+        throw Error(wav, "a disc image takes 44100 Hz, stereo, 16 bits; this is " + FormatText(sound->GetFormat()));
     return sound->GetLength();
+}
+
+// The WAV file to take: the one that is named or, if that does not fit, what ffmpeg makes of it.
+std::string WavFile(const std::string& named, std::optional<TemporaryFile>& decoded)
+{
+    const StreamKind kind = Identify(named).kind;
+    if (kind == StreamKind::Wave) {
+        const auto sound = OpenSound(named, kind);
+        if (!sound || Fits(*sound))
+            return named;
+    }
+    if ((kind != StreamKind::Wave && kind != StreamKind::Unknown) || !FindSound(named))
+        return named;
+    decoded.emplace("sound.wav");
+    DecodeSound(named, decoded->Path(), "-ar 44100 -ac 2");
+    Warn(named, "decoded by ffmpeg to 44100 Hz, stereo, 16 bits");
+    return decoded->Path().string();
 }
 
 void Resize(const fs::path& image, i64 bytes, const std::string& name)
@@ -96,7 +121,9 @@ void Run(const Options& options)
     const StreamIdentity identity = Identify(options.cdg);
     if (identity.kind != StreamKind::Graphics)
         throw Error(options.cdg, "is no plain CD+G file: " + KindText(identity));
-    const i64 frames = AudioFrames(options.wav);
+    std::optional<TemporaryFile> decoded;
+    const std::string wav = WavFile(options.wav, decoded);
+    const i64 frames = AudioFrames(wav);
     RefuseSameFile(options.wav, options.track);
     RefuseSameFile(options.cdg, options.track);
 
@@ -108,7 +135,7 @@ void Run(const Options& options)
     const std::string temporary = image.Temporary().string();
     const i64 written = frames * 4 + frames / kFramesPerSector * kCdgRecordSize;
     std::error_code failure;
-    if (!CBinFile::WriteWavToBin(options.wav.c_str(), temporary.c_str()) ||
+    if (!CBinFile::WriteWavToBin(wav.c_str(), temporary.c_str()) ||
         static_cast<i64>(fs::file_size(image.Temporary(), failure)) != written || failure)
         throw Error(options.track, "the sound could not be written whole; is there room on the disk?");
     Resize(image.Temporary(), sectors * kBinRecordSize, options.track);
@@ -135,7 +162,11 @@ void AddJoin(CLI::App& app)
     auto options = std::make_shared<Options>();
     CLI::App& command = *app.add_subcommand("join", "Put a WAV file and a CD+G file together into a disc image");
     command.add_option("TRACK", options->track, "Disc image to write")->required()->type_name("");
-    command.add_option("--wav", options->wav, "Sound: 44100 Hz, stereo, 16 bits")->required()->type_name("FILE");
+    command
+        .add_option("--wav", options->wav,
+                    "WAV file of 44100 Hz, stereo, 16 bits or, with ffmpeg installed, any other sound")
+        ->required()
+        ->type_name("FILE");
     command.add_option("--cdg", options->cdg, "Graphics: plain CD+G")->required()->type_name("FILE");
     AddJsonFlag(command, options->json);
     command.footer("\nThe shorter one of the two is filled up, with silence or with empty packs.\n"

@@ -111,9 +111,8 @@ Levels MeasureLevels(CSoundFile& sound, int points)
 void AddLevels(CLI::App& app)
 {
     auto options = std::make_shared<Options>();
-    CLI::App& command =
-        *app.add_subcommand("levels", "List the lowest and highest samples of a WAV file or a disc image");
-    command.add_option("AUDIO", options->file, "WAV file or disc image")->required()->type_name("");
+    CLI::App& command = *app.add_subcommand("levels", "List the lowest and highest samples of a recording");
+    command.add_option("AUDIO", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("--points", options->points, "Points over the whole recording, each of as many frames")
         ->check(CLI::Range(1, kMaxPoints))
         ->capture_default_str();

@@ -31,15 +31,25 @@ BE_CONFIG ConfigOf(const Mp3Options& options)
     return config;
 }
 
+bool IsEncodable(const CSoundFile& sound)
+{
+    CMP3OutFile file;
+    file.SetFormat(sound.GetFormat());
+    return file.IsEncodable();
+}
+
 void Run(const Options& options)
 {
     CatchInterrupts();
     RequireMp3Encoder();
     RefuseSameFile(options.input, options.output);
-    const auto sound = OpenSound(options.input); // throws what a person understands
+    const SoundSource source(options.input, IsEncodable); // throws what a person understands
+    if (source.IsDecoded())
+        Warn(options.input, "decoded by ffmpeg");
+    const auto sound = source.Open();
     const double seconds = sound->SampleToTime(sound->GetLength());
     OutputFile output(options.output);
-    MakeMp3([&] { return OpenSound(options.input); }, output.Temporary(), options.input, options.output, options.mp3);
+    MakeMp3([&] { return source.Open(); }, output.Temporary(), options.input, options.output, options.mp3);
     const auto bytes = fs::file_size(output.Temporary());
     output.Commit();
     std::printf("%s: %s, %llu bytes\n", options.output.c_str(), TimeText(seconds).c_str(),
@@ -104,8 +114,8 @@ void MakeMp3(const std::function<std::unique_ptr<CSoundFile>()>& open, const fs:
 void AddMp3(CLI::App& app)
 {
     auto options = std::make_shared<Options>();
-    CLI::App& command = *app.add_subcommand("mp3", "Encode the sound of a WAV file or a disc image as MP3");
-    command.add_option("IN", options->input, "WAV file or disc image")->required()->type_name("");
+    CLI::App& command = *app.add_subcommand("mp3", "Encode a recording as MP3");
+    command.add_option("IN", options->input, kSoundHelp)->required()->type_name("");
     command.add_option("-o,--output", options->output, "MP3 file to make")->required()->type_name("FILE");
     AddMp3Options(command, options->mp3);
     command.footer(

@@ -81,8 +81,8 @@ void Run(const Options& options)
 void AddPeaks(CLI::App& app)
 {
     auto options = std::make_shared<Options>();
-    CLI::App& command = *app.add_subcommand("peaks", "Make the peak file (.fpr) of a WAV file or a disc image");
-    command.add_option("AUDIO", options->file, "WAV file or disc image")->required()->type_name("");
+    CLI::App& command = *app.add_subcommand("peaks", "Make the peak file (.fpr) of a recording");
+    command.add_option("AUDIO", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("--sector", options->sectorSize, "Frames that one record sums up, for a new file")
         ->check(CLI::Range(1, 65535))
         ->capture_default_str();

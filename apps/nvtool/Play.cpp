@@ -130,8 +130,8 @@ void Run(const Options& options)
 void AddPlay(CLI::App& app)
 {
     auto options = std::make_shared<Options>();
-    CLI::App& command = *app.add_subcommand("play", "Play the sound of a WAV file or a disc image");
-    command.add_option("FILE", options->file, "WAV file or disc image")->required()->type_name("");
+    CLI::App& command = *app.add_subcommand("play", "Play a recording");
+    command.add_option("FILE", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("--from", options->from, "Where to begin: 90.5, 1:30.5 or 1:02:03")->type_name("TIME");
     command.add_option("--to", options->to, "Where to stop")->type_name("TIME");
     command.footer(

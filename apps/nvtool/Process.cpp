@@ -147,7 +147,8 @@ void AddProcess(CLI::App& app)
         *app.add_subcommand("process", "Do everything: split, report, draw every page, and make a page to look at");
     command
         .add_option("TRACK", options->tracks,
-                    "Disc image; CD+G file with its WAV or MP3 file of the same name; WAV file; folders of them")
+                    "Disc image; CD+G file with its sound file of the same name; WAV file or,\nwith ffmpeg installed, "
+                    "any other sound; folders of .cdg and .bin files")
         ->required()
         ->type_name("");
     command.add_option("-o,--output", options->folder, "Folder for the results; made when missing")

@@ -26,7 +26,7 @@ std::string Heading(const TrackResults& results)
     std::string text = "<h1>" + EscapedHtml(results.title) + "</h1>\n<p class=\"lead\">" + TimeText(results.Seconds());
     if (results.graphics)
         text += " &middot; " + CountText(results.pages.pages.size(), "page", "pages");
-    text += " &middot; " + EscapedHtml(StreamKindName(results.identity.kind)) + "</p>\n";
+    text += " &middot; " + EscapedHtml(results.Description()) + "</p>\n";
     for (const std::string& remark : results.remarks)
         text += "<p class=\"note\">Note: " + EscapedHtml(remark) + ".</p>\n";
     return text;
@@ -245,6 +245,11 @@ std::string ContactSheetSection(const TrackResults& results)
 double TrackResults::Seconds() const
 {
     return std::max(sound ? sound->seconds : 0.0, graphics ? CCDGInputFile::PackToTime(graphics->packs) : 0.0);
+}
+
+std::string TrackResults::Description() const
+{
+    return identity.kind == StreamKind::Unknown && sound ? kOtherSound : StreamKindName(identity.kind);
 }
 
 std::string BuildProcessPage(const TrackResults& results)

@@ -37,6 +37,8 @@ struct TrackResults {
 
     // The longer one of sound and graphics.
     double Seconds() const;
+    // What the track is.
+    std::string Description() const;
 };
 
 // The whole HTML text, UTF-8. Each section is a function of its own and gives nothing when it has nothing to show.

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 namespace nvtool {
 namespace fs = std::filesystem;
@@ -64,53 +65,71 @@ fs::path Split(const Job& job, ResultFolder& folder, TrackResults& results)
     return wav;
 }
 
-// The sound file of the same name that lies beside a CD+G file, in either case of letters; empty when there is none.
-fs::path SoundBeside(const fs::path& graphics)
+// Puts the sound that lies elsewhere into the folder, so that the page plays it: as it is or, of a kind that browsers
+// may not know, as ffmpeg has decoded it.
+void CopySound(const fs::path& file, const std::optional<SoundSource>& source, ResultFolder& folder,
+               TrackResults& results)
 {
-    for (const char* extension : {".wav", ".WAV", ".Wav", ".mp3", ".MP3", ".Mp3"}) {
-        const fs::path path = fs::path(graphics).replace_extension(extension);
-        std::error_code unknown;
-        if (fs::is_regular_file(path, unknown))
-            return path;
-    }
-    return {};
-}
-
-// The file that has the track's sound, empty when there is none: what was split off, the track itself, or the file
-// beside it. What lies elsewhere is copied, so that the page plays it.
-fs::path FindSound(const Job& job, const fs::path& made, ResultFolder& folder, TrackResults& results)
-{
-    if (!made.empty())
-        return made;
-    const bool alone = results.identity.kind == StreamKind::Wave;
-    const fs::path sound = alone ? fs::path(job.track) : SoundBeside(job.track);
-    if (sound.empty())
-        return {};
-    if (!alone)
-        results.remarks.push_back("its sound is " + PathText(sound.filename()) + ", which lies beside it");
-    std::string& name = LowerExtension(sound) == ".mp3" ? results.mp3 : results.wav;
-    name = &name == &results.mp3 ? "track.mp3" : "track.wav";
-    std::error_code failure;
-    if (!fs::copy_file(sound, folder.Add(name), failure))
-        throw Error(PathText(sound), "cannot be copied: " + failure.message());
-    return sound;
-}
-
-void ReportSound(const Job& job, const fs::path& file, ResultFolder& folder, TrackResults& results)
-try {
-    if (file.empty())
+    const bool isWave = Identify(file).kind == StreamKind::Wave;
+    const bool isMp3 = !isWave && LowerExtension(file) == ".mp3";
+    if (!isWave && !isMp3 && !source)
         return;
-    const auto sound = OpenSound(file);
+    std::string& name = isMp3 ? results.mp3 : results.wav;
+    name = isMp3 ? "track.mp3" : "track.wav";
+    std::error_code failure;
+    if (!fs::copy_file(isWave || isMp3 ? file : source->DecodedFile(), folder.Add(name), failure))
+        throw Error(PathText(file), "cannot be copied: " + failure.message());
+}
+
+void ReportSound(const Job& job, const SoundSource& source, ResultFolder& folder, TrackResults& results)
+{
+    const auto sound = source.Open();
     results.sound = ScanSound(*sound, job.options.silence);
     if (sound->GetLength() == 0)
         return;
     results.waveform = "waveform.png";
     WritePng(folder.Add(results.waveform), DrawWaveformStrip(*sound, kWaveformWidth, kWaveformHeight));
-} catch (const Error& error) {
-    if (results.identity.kind != StreamKind::Graphics)
-        throw;
-    // A player may well play what was not understood here, and the graphics are whole.
-    results.remarks.push_back("its sound " + std::string(error.what()));
+}
+
+// Plays where the WAV file does, in a fraction of the room.
+void EncodeSound(const Job& job, const std::optional<SoundSource>& source, ResultFolder& folder, TrackResults& results)
+{
+    if (!job.options.mp3 || !results.mp3.empty())
+        return;
+    if (!source)
+        throw Error(job.track, "has no sound to make an MP3 file of");
+    results.mp3 = "track.mp3";
+    MakeMp3([&] { return source->Open(); }, folder.Add(results.mp3), job.track,
+            PathText(fs::path(job.folder) / results.mp3), {});
+}
+
+// The track's sound is `made`, what was split off; else the track itself, or the file beside it.
+void TakeSound(const Job& job, const fs::path& made, ResultFolder& folder, TrackResults& results)
+{
+    const bool isBeside = results.identity.kind == StreamKind::Graphics;
+    fs::path file = made;
+    if (made.empty())
+        file = isBeside ? SoundBeside(job.track).value_or(fs::path()) : fs::path(job.track);
+    std::optional<SoundSource> source;
+    if (!file.empty()) {
+        if (isBeside)
+            results.remarks.push_back("its sound is " + PathText(file.filename()) + ", which lies beside it");
+        try {
+            source.emplace(file, IsScannable);
+        } catch (const Error& error) {
+            if (!isBeside)
+                throw;
+            // A player may well play what was not understood here, and the graphics are whole.
+            results.remarks.push_back("its sound " + std::string(error.what()));
+        }
+        if (source && source->IsDecoded())
+            results.remarks.push_back(isBeside ? "its sound was decoded by ffmpeg" : "decoded by ffmpeg");
+        if (made.empty())
+            CopySound(file, source, folder, results);
+        if (source)
+            ReportSound(job, *source, folder, results);
+    }
+    EncodeSound(job, source, folder, results);
 }
 
 // Scans the track for screens and draws them.
@@ -136,18 +155,6 @@ void ReportScreens(const Job& job, CCDGRenderer& renderer, ResultFolder& folder,
         }
         progress.Update(++done);
     }
-}
-
-// Plays where the WAV file does, in a fraction of the room.
-void EncodeSound(const Job& job, const fs::path& sound, ResultFolder& folder, TrackResults& results)
-{
-    if (!job.options.mp3 || !results.mp3.empty())
-        return;
-    if (sound.empty())
-        throw Error(job.track, "has no sound to make an MP3 file of");
-    results.mp3 = "track.mp3";
-    MakeMp3([&] { return OpenSound(sound); }, folder.Add(results.mp3), job.track,
-            PathText(fs::path(job.folder) / results.mp3), {});
 }
 
 // What a browser needs to play the graphics.
@@ -199,7 +206,7 @@ void ReportGraphics(const Job& job, ResultFolder& folder, TrackResults& results)
 ordered_json ToJson(const TrackResults& results, const std::vector<std::string>& files)
 {
     ordered_json json = {{"tool", ResultFolder::toolMark},   {"version", NVTOOL_VERSION},
-                         {"track", results.title},           {"description", StreamKindName(results.identity.kind)},
+                         {"track", results.title},           {"description", results.Description()},
                          {"bytes", results.identity.length}, {"seconds", results.Seconds()},
                          {"remarks", results.remarks}};
     if (results.sound) {
@@ -253,8 +260,11 @@ TrackResults Begin(const Job& job)
         break;
     case StreamKind::KmaPackage:
         throw Error(job.track, "is a KMA package; unpack it and process what is in it");
-    case StreamKind::Empty:
     case StreamKind::Unknown:
+        if (FindSound(job.track))
+            break;
+        [[fallthrough]];
+    case StreamKind::Empty:
         throw Error(job.track, "is no track: " + KindText(results.identity));
     }
     if (std::string remark = NameRemark(results.identity, job.track); !remark.empty())
@@ -275,9 +285,7 @@ ProcessedTrack ProcessTrack(const std::string& track, const std::string& target,
     ProcessedTrack done{Begin(job), {}};
     TrackResults& results = done.results;
     ResultFolder folder(target, track);
-    const fs::path sound = FindSound(job, Split(job, folder, results), folder, results);
-    ReportSound(job, sound, folder, results);
-    EncodeSound(job, sound, folder, results);
+    TakeSound(job, Split(job, folder, results), folder, results);
     if (results.identity.kind == StreamKind::DiscImage || results.identity.kind == StreamKind::Graphics)
         ReportGraphics(job, folder, results);
     if (std::string remark; !options.titles.db.empty()) {

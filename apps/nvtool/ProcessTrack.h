@@ -21,8 +21,8 @@ struct ProcessedTrack {
     nlohmann::ordered_json report; // what report.json holds
 };
 
-// Works on a disc image, a CD+G file (with the WAV or MP3 file of its name beside it, if there is one) or a WAV file,
-// and puts all results into `folder`, or none. Any thread; draws bars only on the main thread. Throws Error,
+// Works on a disc image, a CD+G file (with the sound file of its name beside it, if there is one) or sound alone, and
+// puts all results into `folder`, or none. Any thread; draws bars only on the main thread. Throws Error,
 // Interruption.
 ProcessedTrack ProcessTrack(const std::string& track, const std::string& folder, const ProcessOptions& options);
 

@@ -78,20 +78,35 @@ void Progress::Hide()
     drawn = false;
 }
 
-void Progress::Update(u64 done)
+bool Progress::IsDue()
 {
     using namespace std::chrono_literals;
     Check();
     const auto now = std::chrono::steady_clock::now();
     if (!terminal || now - start < 1s || now - last < 100ms)
-        return;
+        return false;
     last = now;
     drawn = true;
+    return true;
+}
+
+void Progress::Update(u64 done)
+{
+    if (!IsDue())
+        return;
     const double fraction = double(std::min(done, total)) / double(total);
     const int room = std::clamp(ErrorTerminalWidth() - int(label.size()) - 10, 0, 50);
     const int filled = int(room * fraction);
     std::fprintf(stderr, "\r%s [%s%s] %3d%%", label.c_str(), std::string(size_t(filled), '#').c_str(),
                  std::string(size_t(room - filled), '.').c_str(), int(fraction * 100));
+    std::fflush(stderr);
+}
+
+void Progress::UpdateUnknown(double seconds)
+{
+    if (!IsDue())
+        return;
+    std::fprintf(stderr, "\r%s: %s of an unknown length ", label.c_str(), TimeText(std::max(seconds, 0.0)).c_str());
     std::fflush(stderr);
 }
 

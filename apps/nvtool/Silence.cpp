@@ -39,7 +39,7 @@ void Print(const SoundReport& report)
 
 void Run(const Options& options)
 {
-    const auto sound = OpenSound(options.file);
+    const auto sound = OpenSound(options.file, IsScannable);
     const SoundReport report = ScanSound(*sound, options.silence);
     if (!report.scanned)
         throw Error(options.file,
@@ -56,8 +56,8 @@ void Run(const Options& options)
 void AddSilence(CLI::App& app)
 {
     auto options = std::make_shared<Options>();
-    CLI::App& command = *app.add_subcommand("silence", "List the quiet stretches of a WAV file or a disc image");
-    command.add_option("FILE", options->file, "WAV file or disc image")->required()->type_name("");
+    CLI::App& command = *app.add_subcommand("silence", "List the quiet stretches of a recording");
+    command.add_option("FILE", options->file, kSoundHelp)->required()->type_name("");
     AddSilenceOptions(command, options->silence);
     AddJsonFlag(command, options->json);
     command.footer("\nA click, a loud sample on its own, does not end a silence.\n\n"

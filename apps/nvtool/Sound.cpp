@@ -7,6 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace nvtool {
@@ -17,6 +20,12 @@ namespace {
 
 constexpr int kOpenToRead = CFile::modeRead | CFile::shareDenyNone;
 constexpr int kPcm = 1;
+
+// What ffmpeg has made of a file. The temporary file is held by a base, since it goes after the sound is closed.
+class DecodedSound : private std::shared_ptr<TemporaryFile>, public CWaveFile {
+public:
+    explicit DecodedSound(const std::shared_ptr<TemporaryFile>& from) : std::shared_ptr<TemporaryFile>(from) {}
+};
 
 } // namespace
 
@@ -32,18 +41,84 @@ std::unique_ptr<CSoundFile> OpenSound(const fs::path& path, StreamKind kind)
     return sound;
 }
 
-std::unique_ptr<CSoundFile> OpenSound(const fs::path& path)
+bool IsPlain(const CSoundFile& sound)
+{
+    const WAVEFORMATEX& format = sound.GetFormat();
+    return format.wFormatTag == kPcm && (format.wBitsPerSample == 16 || format.wBitsPerSample == 8) &&
+           (format.nChannels == 1 || format.nChannels == 2);
+}
+
+bool IsScannable(const CSoundFile& sound)
+{
+    return IsPlain(sound) && sound.GetFormat().wBitsPerSample == 16;
+}
+
+SoundSource::SoundSource(fs::path file, TakesSound takes) : path(std::move(file)), kind(StreamKind::Unknown)
 {
     const StreamIdentity identity = Identify(path);
-    const StreamKind kind = identity.kind;
+    kind = identity.kind;
     if (kind == StreamKind::AudioImage)
         throw Error(PathText(path), "is an audio image of 2352-byte sectors; 'nvtool process' makes a WAV file of it");
-    if (kind != StreamKind::Wave && kind != StreamKind::DiscImage)
-        throw Error(PathText(path), "holds no sound that can be read: " + KindText(identity));
-    auto sound = OpenSound(path, kind);
+    if (kind == StreamKind::Wave || kind == StreamKind::DiscImage) {
+        const auto sound = OpenSound(path, kind);
+        if (!sound)
+            throw Error(PathText(path), "begins like a WAV file, but its chunks do not hold together");
+        if (!takes(*sound) && !FindFFMpeg().empty())
+            Decode();
+    } else if (kind == StreamKind::Unknown && FindSound(path)) {
+        Decode();
+    } else {
+        const char* hint =
+            kind == StreamKind::Unknown && FindFFMpeg().empty() ? "; with ffmpeg installed it might be read" : "";
+        throw Error(PathText(path), "holds no sound that can be read: " + KindText(identity) + hint);
+    }
+}
+
+void SoundSource::Decode()
+{
+    decoded = std::make_shared<TemporaryFile>("sound.wav");
+    DecodeSound(path, decoded->Path());
+}
+
+std::unique_ptr<CSoundFile> SoundSource::Open() const
+{
+    std::unique_ptr<CSoundFile> sound;
+    if (!decoded) {
+        sound = OpenSound(path, kind);
+    } else {
+        sound = std::make_unique<DecodedSound>(decoded);
+        if (!sound->Open(decoded->Path().string().c_str(), kOpenToRead))
+            sound.reset();
+    }
     if (!sound)
-        throw Error(PathText(path), "begins like a WAV file, but its chunks do not hold together");
+        throw Error(PathText(path), "cannot be opened any more");
     return sound;
+}
+
+std::unique_ptr<CSoundFile> OpenSound(const fs::path& path, TakesSound takes)
+{
+    const SoundSource source(path, takes);
+    if (source.IsDecoded())
+        Warn(PathText(path), "decoded by ffmpeg");
+    return source.Open();
+}
+
+std::optional<fs::path> SoundBeside(const fs::path& track)
+{
+    static constexpr const char* endings[] = {".wav", ".flac", ".mp3", ".m4a", ".ogg", ".opus", ".aac", ".wma"};
+    std::optional<fs::path> best;
+    std::size_t bestRank = std::size(endings);
+    std::error_code failure;
+    const fs::path folder = track.has_parent_path() ? track.parent_path() : fs::path(".");
+    for (const auto& entry : fs::directory_iterator(folder, failure)) {
+        const auto* const ending = std::find(std::begin(endings), std::end(endings), LowerExtension(entry.path()));
+        const auto rank = static_cast<std::size_t>(ending - std::begin(endings));
+        if (rank < bestRank && entry.path().stem() == track.stem()) {
+            best = track.has_parent_path() ? entry.path() : entry.path().filename();
+            bestRank = rank;
+        }
+    }
+    return best;
 }
 
 void CopyAudioImage(const fs::path& image, const fs::path& wav)

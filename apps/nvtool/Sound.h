@@ -2,20 +2,55 @@
 #pragma once
 
 #include "Commands.h"
+#include "FFMpeg.h"
 #include "Inputs.h"
 #include "SoundFile.h"
 
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 
 namespace nvtool {
 
-// Opens a WAV file or a disc image for reading. Throws Error for everything else.
-std::unique_ptr<CSoundFile> OpenSound(const std::filesystem::path& path);
+// What sound of other kinds is called.
+constexpr char kOtherSound[] = "sound that ffmpeg reads";
+// For --help.
+constexpr char kSoundHelp[] = "WAV file, disc image or, with ffmpeg installed, any other sound";
+
+// What a command can work with as it is.
+using TakesSound = bool (*)(const CSoundFile& sound);
+bool IsPlain(const CSoundFile& sound);     // PCM of 8 or 16 bits, one or two channels
+bool IsScannable(const CSoundFile& sound); // PCM of 16 bits, one or two channels
+
+// A file's sound, to be opened as often as needed: that of a WAV file or a disc image. What the command cannot work
+// with, and any other kind of file, is decoded once by ffmpeg, if it is installed, to a temporary WAV file of 16 bits.
+class SoundSource {
+public:
+    // Throws Error when there is no sound, or Interruption. Without ffmpeg sound that `takes` refuses is taken all the
+    // same: what uses it says what is wrong.
+    explicit SoundSource(std::filesystem::path file, TakesSound takes = IsPlain);
+    // Throws Error. What it opens may outlive this object.
+    std::unique_ptr<CSoundFile> Open() const;
+    bool IsDecoded() const { return decoded != nullptr; }
+    // The decoded file, while this object or one that it has opened is there.
+    const std::filesystem::path& DecodedFile() const { return decoded->Path(); }
+
+private:
+    void Decode();
+
+    std::filesystem::path path;
+    StreamKind kind;
+    std::shared_ptr<TemporaryFile> decoded;
+};
+// The same for one that is opened once; a remark tells when ffmpeg has decoded it.
+std::unique_ptr<CSoundFile> OpenSound(const std::filesystem::path& path, TakesSound takes = IsPlain);
 // The same for a file whose kind is known; null when it does not open.
 std::unique_ptr<CSoundFile> OpenSound(const std::filesystem::path& path, StreamKind kind);
+
+// A sound file of the same name beside the graphics, as karaoke tracks come; a WAV file before all others.
+std::optional<std::filesystem::path> SoundBeside(const std::filesystem::path& track);
 
 // Copies the audio of a 2352-byte image, which is nothing but samples, to a new WAV file. Throws Error.
 void CopyAudioImage(const std::filesystem::path& image, const std::filesystem::path& wav);

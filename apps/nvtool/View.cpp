@@ -3,6 +3,7 @@
 
 #include "Commands.h"
 #include "Inputs.h"
+#include "Interrupt.h"
 #include "Sound.h"
 #include "Times.h"
 #include "Window.h"
@@ -84,12 +85,17 @@ void OpenTrack(const Options& options, Track& track)
     }
     fs::path wav = options.sound;
     if (wav.empty())
-        wav = kind == StreamKind::Graphics ? Beside(options.track, ".wav") : fs::path(options.track);
+        wav = kind == StreamKind::Graphics ? SoundBeside(options.track).value_or(fs::path()) : fs::path(options.track);
+    std::optional<SoundSource> source;
+    if (!wav.empty())
+        source.emplace(wav, CWaveFileChartWnd::CanShow);
+    if (source && source->IsDecoded())
+        Warn(PathText(wav), "decoded by ffmpeg");
     for (std::unique_ptr<CSoundFile>* const sound : {&track.sound, &track.played}) {
-        if (wav.empty())
-            *sound = std::make_unique<SilentSound>(track.renderer.GetDuration());
+        if (source)
+            *sound = source->Open();
         else
-            *sound = OpenSound(wav);
+            *sound = std::make_unique<SilentSound>(track.renderer.GetDuration());
     }
     track.sound->SetPeakFileOption(PeakFileOption::inMemory);
     track.sound->OpenPeakFile(); // meanwhile the window reads what it shows itself
@@ -113,6 +119,7 @@ void Print(int code, const CWaveFileChartWnd& chart)
 void Run(const Options& options)
 {
     const double at = options.at.empty() ? 0 : ParseTime(options.at, "--at");
+    CatchInterrupts();
     Track track;
     OpenTrack(options, track);
     if (NV::WindowsAre() != NV::WindowKind::display)
@@ -129,6 +136,7 @@ void Run(const Options& options)
     window.SetPlayer(std::make_unique<ViewPlayer>(std::move(track.played), options.track));
     while (AfxPumpMessage()) {
     }
+    Progress::Check();
 }
 
 } // namespace
@@ -138,8 +146,12 @@ void AddView(CLI::App& app)
     auto options = std::make_shared<Options>();
     CLI::App& command =
         *app.add_subcommand("view", "Look at a track and play it: sound, and the graphics at the pointer");
-    command.add_option("TRACK", options->track, "Disc image, CD+G file or WAV file")->required()->type_name("");
-    command.add_option("--sound", options->sound, "WAV file or disc image to take the sound from")->type_name("FILE");
+    command
+        .add_option("TRACK", options->track,
+                    "Disc image, CD+G file, WAV file or, with ffmpeg installed, any other sound")
+        ->required()
+        ->type_name("");
+    command.add_option("--sound", options->sound, "File to take the sound from")->type_name("FILE");
     command.add_option("--at", options->at, "Time that the pointer stands at first")->type_name("TIME");
     command.add_option("--density", options->density, "Frames a pixel row at first")
         ->check(CLI::Range(i64(1), i64(1) << 40))

@@ -3,6 +3,7 @@
 
 #include "Commands.h"
 #include "DibDrawing.h"
+#include "Interrupt.h"
 #include "SoundFile.h"
 
 #include <algorithm>
@@ -17,9 +18,10 @@ constexpr char kViewClass[] = "NVToolView", kPictureClass[] = "NVToolPicture";
 constexpr UINT kWavesId = 1, kGraphicsId = 2;
 constexpr int kMargin = 12;
 constexpr UINT kPlayMessage = WM_USER + 1; // the key for playing and stopping was pressed
-constexpr UINT_PTR kPlayTimer = 1;
+constexpr UINT_PTR kPlayTimer = 1, kInterruptTimer = 2;
 constexpr UINT kPlayMilliseconds = 30;
-constexpr UINT kRepeated = 0x4000; // of a key's flags: it was down already
+constexpr UINT kRepeated = 0x4000;       // of a key's flags: it was down already
+constexpr UINT kInterruptInterval = 100; // milliseconds between two looks for Ctrl-C
 
 void RegisterWindowClass(const char* name)
 {
@@ -155,6 +157,7 @@ int ViewWindow::OnCreate(LPCREATESTRUCT how)
         return -1;
     if (pictureAt && !graphics.Create(kPictureClass, "", WS_CHILD | WS_VISIBLE, CRect(0, 0, 1, 1), this, kGraphicsId))
         return -1;
+    SetTimer(kInterruptTimer, kInterruptInterval, nullptr);
     return 0;
 }
 
@@ -249,7 +252,9 @@ LRESULT ViewWindow::OnPlayMessage(WPARAM, LPARAM)
 
 void ViewWindow::OnTimer(UINT_PTR id)
 {
-    if (id == kPlayTimer && playing)
+    if (id == kInterruptTimer && IsInterrupted())
+        DestroyWindow();
+    else if (id == kPlayTimer && playing)
         FollowSound();
     else
         CWnd::OnTimer(id);

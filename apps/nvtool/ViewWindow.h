@@ -51,11 +51,11 @@ protected:
     int OnCreate(LPCREATESTRUCT how);
     void OnSize(UINT type, int width, int height);
     void OnSetFocus(CWnd* old);
+    void OnTimer(UINT_PTR id);
     void OnDestroy();
     BOOL OnEraseBkgnd(CDC* dc);
     LRESULT OnWaveMessage(WPARAM code, LPARAM unused);
     LRESULT OnPlayMessage(WPARAM unused, LPARAM alsoUnused);
-    void OnTimer(UINT_PTR id);
     DECLARE_MESSAGE_MAP()
 
 private:

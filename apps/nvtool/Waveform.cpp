@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "Sound.h"
 #include "Times.h"
+#include "WaveFileChartWnd.h"
 
 #include <nlohmann/json.hpp>
 
@@ -35,7 +36,7 @@ void Run(const Options& options)
     if (!options.pointer.empty())
         waveform.pointer = ParseTime(options.pointer, "--pointer");
     RefuseSameFile(options.file, options.output);
-    const auto sound = OpenSound(options.file);
+    const auto sound = OpenSound(options.file, CWaveFileChartWnd::CanShow);
     const double seconds = sound->SampleToTime(sound->GetLength());
     if (waveform.start >= seconds && waveform.start > 0)
         throw Error(options.file, "ends at " + TimeText(seconds) + ", before --start");
@@ -56,7 +57,7 @@ void AddWaveform(CLI::App& app)
 {
     auto options = std::make_shared<Options>();
     CLI::App& command = *app.add_subcommand("waveform", "Save a picture of a recording, time from top to bottom");
-    command.add_option("AUDIO", options->file, "WAV file or disc image")->required()->type_name("");
+    command.add_option("AUDIO", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("-o,--output", options->output, "PNG file to write")->required()->type_name("FILE");
     command.add_option("--view", options->view, "chart, overview, or window: both side by side")
         ->check(CLI::IsMember(kViews))

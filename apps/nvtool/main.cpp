@@ -15,6 +15,7 @@ Examples:
   nvtool make-sample track.bin              make a karaoke track to play with
   nvtool info track.bin                     what is this file?
   nvtool process track.bin -o out           do everything; then open out/index.html
+  nvtool video track.bin -o track.mp4       a video of it (with ffmpeg)
   nvtool frame track.bin --at 1:30 -o p.png the screen at one and a half minutes
   nvtool COMMAND --help                     more about one command
 
@@ -58,6 +59,7 @@ int main(int argc, char** argv)
     AddThumbprint(app);
     AddCompare(app);
     AddFind(app);
+    AddVideo(app);
     AddSilence(app);
     AddWaveform(app);
     AddView(app);

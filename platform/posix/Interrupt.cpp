@@ -18,8 +18,9 @@ extern "C" void RememberInterrupt(int)
 
 void CatchInterrupts()
 {
+    static std::atomic<bool> caught = false;
     struct sigaction before = {};
-    if (sigaction(SIGINT, nullptr, &before) != 0 || before.sa_handler == SIG_IGN)
+    if (caught.exchange(true) || sigaction(SIGINT, nullptr, &before) != 0 || before.sa_handler == SIG_IGN)
         return;
     struct sigaction remember = {};
     remember.sa_handler = RememberInterrupt;

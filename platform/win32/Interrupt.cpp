@@ -20,7 +20,9 @@ BOOL WINAPI RememberInterrupt(DWORD event)
 
 void CatchInterrupts()
 {
-    SetConsoleCtrlHandler(RememberInterrupt, TRUE); // a program that ignores Ctrl-C is not told of it either way
+    static std::atomic<bool> caught = false;
+    if (!caught.exchange(true))
+        SetConsoleCtrlHandler(RememberInterrupt, TRUE); // a program that ignores Ctrl-C is not told of it either way
 }
 
 bool IsInterrupted()
