@@ -14,8 +14,9 @@ std::string FinalPath(const char* path);
 /// told.
 bool IsPlainFile(const char* path);
 
-/// Makes an empty file in the folder of `path`, under a name made from it that was not in use, and tells that name. Names
-/// that nobody has written to for a day are taken over: the program that made them was ended before it could remove them.
+/// Makes an empty file in the folder of `path`, under a name made from it that was not in use, and tells that name.
+/// Names that nobody has written to for a day are taken over: the program that made them was ended before it could
+/// remove them.
 FileError MakeTemporaryBeside(const char* path, std::string& temporary);
 
 /// Removes a temporary file that is a day old. True when it is gone.
