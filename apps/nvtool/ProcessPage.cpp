@@ -21,9 +21,19 @@ std::string Card(const std::string& title, const std::string& rows)
     return "<div class=\"card\"><h3>" + EscapedHtml(title) + "</h3><table>\n" + rows + "</table></div>\n";
 }
 
+std::string Song(const SongFacts& song)
+{
+    std::string text;
+    for (const std::string& part : {song.title, song.artist, song.album})
+        if (!part.empty())
+            text += (text.empty() ? "<b>" : " &middot; ") + EscapedHtml(part) + (text.empty() ? "</b>" : "");
+    return text.empty() ? text : "<p class=\"lead\">" + text + "</p>\n";
+}
+
 std::string Heading(const TrackResults& results)
 {
-    std::string text = "<h1>" + EscapedHtml(results.title) + "</h1>\n<p class=\"lead\">" + TimeText(results.Seconds());
+    std::string text = "<h1>" + EscapedHtml(results.title) + "</h1>\n" + (results.song ? Song(*results.song) : "") +
+                       "<p class=\"lead\">" + TimeText(results.Seconds());
     if (results.graphics)
         text += " &middot; " + CountText(results.pages.pages.size(), "page", "pages");
     text += " &middot; " + EscapedHtml(results.Description()) + "</p>\n";

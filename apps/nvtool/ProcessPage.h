@@ -19,6 +19,11 @@ struct PrintFacts {
     int bitsSet = 0;
 };
 
+// What the tag of an MP3 file says, as UTF-8; empty where it says nothing.
+struct SongFacts {
+    std::string title, artist, album;
+};
+
 // Everything that a run found; names are those of the files beside the page, empty where there is none.
 struct TrackResults {
     std::string title; // the track's file name
@@ -33,6 +38,7 @@ struct TrackResults {
     std::string wav, mp3, cdg, sheet, waveform, script;
     std::optional<PrintFacts> print;
     std::optional<DiscTitles> titles;
+    std::optional<SongFacts> song;
     std::vector<std::string> remarks;
 
     // The longer one of sound and graphics.

@@ -4,11 +4,13 @@
 #include "BinFile.h"
 #include "ContactSheet.h"
 #include "GraphicsReport.h"
+#include "MP3Info.h"
 #include "Mp3.h"
 #include "Pages.h"
 #include "Print.h"
 #include "ResultFolder.h"
 #include "ScreenScript.h"
+#include "TextEncoding.h"
 #include "WaveformPicture.h"
 
 #include <nlohmann/json.hpp>
@@ -65,6 +67,15 @@ fs::path Split(const Job& job, ResultFolder& folder, TrackResults& results)
     return wav;
 }
 
+std::optional<SongFacts> ReadSong(const fs::path& mp3)
+{
+    CMP3Info info;
+    if (!info.Open(mp3.string().c_str()) || !(info.GetValidity() & CMP3Info::validTag))
+        return {};
+    const auto text = [](const CString& field) { return Readable(field.GetString(), Encoding::automatic); };
+    return SongFacts{text(info.GetTitle()), text(info.GetArtist()), text(info.GetAlbum())};
+}
+
 // Puts the sound that lies elsewhere into the folder, so that the page plays it: as it is or, of a kind that browsers
 // may not know, as ffmpeg has decoded it.
 void CopySound(const fs::path& file, const std::optional<SoundSource>& source, ResultFolder& folder,
@@ -76,6 +87,8 @@ void CopySound(const fs::path& file, const std::optional<SoundSource>& source, R
         return;
     std::string& name = isMp3 ? results.mp3 : results.wav;
     name = isMp3 ? "track.mp3" : "track.wav";
+    if (isMp3)
+        results.song = ReadSong(file);
     std::error_code failure;
     if (!fs::copy_file(isWave || isMp3 ? file : source->DecodedFile(), folder.Add(name), failure))
         throw Error(PathText(file), "cannot be copied: " + failure.message());
@@ -216,6 +229,9 @@ ordered_json ToJson(const TrackResults& results, const std::vector<std::string>&
     }
     if (results.graphics)
         json["graphics"] = GraphicsJson(*results.graphics);
+    if (results.song)
+        json["song"] = {
+            {"title", results.song->title}, {"artist", results.song->artist}, {"album", results.song->album}};
     if (results.titles)
         json["disc"] = RecordJson(results.titles->record, results.titles->encoding);
     json["pages"] = ordered_json::array();

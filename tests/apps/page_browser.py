@@ -255,6 +255,11 @@ class Person:
         browser.run("document.querySelector('.tracks a').click()")
         time.sleep(0.5)
         self.expect("a card opens its track", browser.run("!!document.querySelector('canvas')"))
+        song = browser.run("document.querySelector('p.lead').textContent")
+        self.expect(f"which shows its tag: {song}", "Paper <Tide>" in song and "The Example Singers" in song)
+        browser.run("document.querySelector('audio').play()")
+        time.sleep(1)
+        self.expect("and plays its MP3 file", browser.run("document.querySelector('audio').currentTime") > 0.2)
 
 
 def main():
@@ -275,7 +280,8 @@ def main():
         odd = os.path.join(songs, "50% R&B #1 \u00e9t\u00e9.cdg")
         shutil.copy(os.path.join(folder, "out/track.cdg"), odd)
         person.tool("process", odd, "-o", "alone")
-        shutil.copy(os.path.join(folder, "out/track.wav"), odd[:-3] + "wav")
+        person.tool("mp3", "out/track.wav", "-o", odd[:-3] + "mp3")
+        person.tool("tag", odd[:-3] + "mp3", "--title", "Paper <Tide>", "--artist", "The Example Singers")
         shutil.copy(os.path.join(folder, "track.bin"), songs)
         with open(os.path.join(songs, "broken.cdg"), "wb"):
             pass
