@@ -4,8 +4,11 @@
 #include "WindowSystem.h"
 
 #include <afxwin.h>
+#include <algorithm>
 #include <map>
+#include <thread>
 #include <utility>
+#include <vector>
 
 using NV::WindowSystem;
 
@@ -13,10 +16,17 @@ IMPLEMENT_DYNCREATE(CWnd, CObject)
 
 namespace {
 
-/// Which object a window belongs to. Locked, since PostMessage may be called while another thread makes a window.
+struct TopWindow {
+    std::thread::id thread;
+    CWnd* object;
+};
+
+/// Which object a window belongs to, and the windows that belong to no other, oldest first. Locked, since PostMessage
+/// may be called while another thread makes a window.
 struct Attached {
     NV::RecursiveLock lock;
     std::map<HWND, CWnd*> objects NV_GUARDED_BY(lock);
+    std::vector<TopWindow> tops NV_GUARDED_BY(lock);
 };
 
 Attached& AttachedWindows()
@@ -67,6 +77,7 @@ HWND CWnd::Detach()
     Attached& attached = AttachedWindows();
     const NV::ScopedLock held(attached.lock);
     attached.objects.erase(m_hWnd);
+    std::erase_if(attached.tops, [this](const TopWindow& top) { return top.object == this; });
     return std::exchange(m_hWnd, nullptr);
 }
 
@@ -127,6 +138,11 @@ BOOL CWnd::CreateEx(DWORD exStyle, LPCTSTR className, LPCTSTR windowName, DWORD 
     const HWND made = WindowSystem().Create(how, AfxWndProc);
     if (std::exchange(Making(), nullptr)) // nothing came so far that a message was sent; else WM_NCDESTROY has come too
         PostNcDestroy();
+    if (made && !how.hwndParent && FromHandlePermanent(made) == this) { // it may be gone, and the object with it
+        Attached& attached = AttachedWindows();
+        const NV::ScopedLock held(attached.lock);
+        attached.tops.push_back({std::this_thread::get_id(), this});
+    }
     return made != nullptr;
 }
 
@@ -301,6 +317,14 @@ BOOL AfxRegisterClass(WNDCLASS* windowClass)
 HINSTANCE AfxGetInstanceHandle()
 {
     return NV::ModuleInstance();
+}
+
+CWnd* AfxGetMainWnd()
+{
+    Attached& attached = AttachedWindows();
+    const NV::ScopedLock held(attached.lock);
+    const auto own = std::ranges::find(attached.tops, std::this_thread::get_id(), &TopWindow::thread);
+    return own == attached.tops.end() ? nullptr : own->object;
 }
 
 BOOL AfxPumpMessage()

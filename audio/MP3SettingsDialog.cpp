@@ -3,7 +3,6 @@
 
 #include "DibDrawing.h"
 #include "MP3OutFile.h"
-#include "image/SmallText.h"
 
 #include <algorithm>
 #include <array>
@@ -14,12 +13,7 @@ using namespace NV;
 namespace Quenalib_MP3SettingsDialog {
 namespace {
 
-constexpr const char* className = "NVLibMP3Settings";
-constexpr int width = 520, margin = 16, rowHeight = 30, valueAt = 250, buttonHeight = 34, buttonWidth = 120;
-constexpr int height = 2 * margin + CMP3SettingsDialog::rowCount * rowHeight + margin + buttonHeight;
-
-constexpr COLORREF paper = RGB(245, 246, 248), ink = RGB(30, 34, 42), dim = RGB(168, 172, 180);
-constexpr COLORREF chosen = RGB(213, 227, 247), line = RGB(120, 128, 142), button = RGB(228, 231, 236);
+constexpr int width = 520, valueAt = 250;
 
 constexpr DWORD bitrates[] = {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320};
 constexpr DWORD rates[] = {0, 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000};
@@ -34,74 +28,11 @@ DWORD Next(std::span<const DWORD> list, DWORD now, int by)
     return list[static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(at + by, 0, last))];
 }
 
-void DrawButton(CDibDrawing& drawing, const CRect& rect, const char* text)
-{
-    drawing.Fill(rect, button);
-    drawing.Frame(rect, line);
-    const CPoint at(rect.left + (rect.Width() - SmallTextWidth(text)) / 2,
-                    rect.top + (rect.Height() - 2 * smallTextHeight) / 2);
-    DrawSmallText(drawing, at, text, ink);
-}
-
 } // namespace
 
-BEGIN_MESSAGE_MAP(CMP3SettingsDialog, CWnd)
-ON_WM_PAINT()
-ON_WM_ERASEBKGND()
-ON_WM_KEYDOWN()
-ON_WM_LBUTTONDOWN()
-ON_WM_CLOSE()
-END_MESSAGE_MAP()
-
-// ---- The window ----------------------------------------------------------------------------------------------------
-
-bool CMP3SettingsDialog::CreateOver(CWnd* parent)
+CMP3SettingsDialog::CMP3SettingsDialog(const BE_CONFIG& initial)
+    : CDrawnDialog("MP3 settings", CSize(width, margin + rowCount * rowHeight + footHeight)), config(initial)
 {
-    WNDCLASS windowClass{};
-    windowClass.lpfnWndProc = ::DefWindowProc;
-    windowClass.hInstance = AfxGetInstanceHandle();
-    windowClass.lpszClassName = className;
-    if (!AfxRegisterClass(&windowClass))
-        return false;
-    constexpr DWORD style = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_VISIBLE;
-    CPoint at(100, 100);
-    if (parent) {
-        CRect over;
-        parent->GetWindowRect(over);
-        at = CPoint(over.left + (over.Width() - width) / 2, over.top + (over.Height() - height) / 3);
-    }
-    CRect outer(at, CSize(width, height)); // the client area grows to that of the whole window
-    const CRect client = outer;
-    if (!CreateEx(0, className, "MP3 settings", style, outer, parent, 0))
-        return false;
-    CalcWindowRect(outer);
-    outer.OffsetRect(client.left - outer.left, client.top - outer.top);
-    MoveWindow(outer);
-    return true;
-}
-
-int CMP3SettingsDialog::DoModal(CWnd* parent)
-{
-    if (!m_hWnd && !CreateOver(parent))
-        return IDCANCEL;
-    const bool held = parent && !parent->EnableWindow(FALSE);
-    SetFocus();
-    while (m_hWnd && result == 0)
-        if (!AfxPumpMessage()) {
-            AfxPostQuitMessage(0); // for whoever runs the program's own loop
-            break;
-        }
-    if (held)
-        parent->EnableWindow(TRUE);
-    DestroyWindow();
-    if (held)
-        parent->SetFocus();
-    return result == IDOK ? IDOK : IDCANCEL;
-}
-
-void CMP3SettingsDialog::OnClose()
-{
-    result = IDCANCEL;
 }
 
 // ---- The settings --------------------------------------------------------------------------------------------------
@@ -164,7 +95,7 @@ void CMP3SettingsDialog::Choose(int newRow)
 
 // ---- Keys and pointer ----------------------------------------------------------------------------------------------
 
-void CMP3SettingsDialog::OnKeyDown(UINT key, UINT, UINT)
+void CMP3SettingsDialog::Key(UINT key)
 {
     switch (key) {
     case VK_UP:
@@ -175,23 +106,13 @@ void CMP3SettingsDialog::OnKeyDown(UINT key, UINT, UINT)
     case VK_LEFT:
     case VK_RIGHT:
         return Step(key == VK_RIGHT ? 1 : -1);
-    case VK_RETURN:
-        result = IDOK;
-        break;
-    case VK_ESCAPE:
-        result = IDCANCEL;
-        break;
     default:
         break;
     }
 }
 
-void CMP3SettingsDialog::OnLButtonDown(UINT, CPoint point)
+void CMP3SettingsDialog::Click(CPoint point)
 {
-    if (OkRect().PtInRect(point))
-        result = IDOK;
-    else if (CancelRect().PtInRect(point))
-        result = IDCANCEL;
     for (int at = 0; at < rowCount; ++at)
         if (RowRect(at).PtInRect(point)) {
             Choose(at);
@@ -207,52 +128,19 @@ CRect CMP3SettingsDialog::RowRect(int ofRow)
     return CRect(CPoint(margin, margin + ofRow * rowHeight), CSize(width - 2 * margin, rowHeight));
 }
 
-CRect CMP3SettingsDialog::OkRect()
+void CMP3SettingsDialog::PaintRows(CDibDrawing& drawing) const
 {
-    return CRect(CPoint(width - margin - 2 * buttonWidth - 12, height - margin - buttonHeight),
-                 CSize(buttonWidth, buttonHeight));
-}
-
-CRect CMP3SettingsDialog::CancelRect()
-{
-    return CRect(CPoint(width - margin - buttonWidth, height - margin - buttonHeight),
-                 CSize(buttonWidth, buttonHeight));
-}
-
-BOOL CMP3SettingsDialog::OnEraseBkgnd(CDC*)
-{
-    return TRUE; // painting covers everything
-}
-
-void CMP3SettingsDialog::OnPaint()
-{
-    const CPaintDC context(this);
-    CRect client;
-    GetClientRect(client);
-    CDib picture;
-    if (!picture.Create(client.Width(), client.Height(), 32))
-        return;
-    CDibDrawing drawing(picture);
-    Paint(drawing);
-    picture.Show(context, client, CPoint(0, 0));
-}
-
-void CMP3SettingsDialog::Paint(CDibDrawing& drawing) const
-{
-    drawing.Fill(drawing.GetClip(), paper);
     for (int at = 0; at < rowCount; ++at) {
         const CRect rect = RowRect(at);
-        const int top = rect.top + (rowHeight - 2 * smallTextHeight) / 2;
         const COLORREF colour = IsIdle(at) ? dim : ink;
+        const COLORREF arrows = IsIdle(at) ? dim : line;
         if (at == row)
             drawing.Fill(rect, chosen);
-        DrawSmallText(drawing, CPoint(rect.left + 8, top), labels[at], colour);
-        DrawSmallText(drawing, CPoint(valueAt + 8, top), "<", IsIdle(at) ? dim : line);
-        DrawSmallText(drawing, CPoint(valueAt + rowHeight + 8, top), ValueOf(at), colour);
-        DrawSmallText(drawing, CPoint(rect.right - 20, top), ">", IsIdle(at) ? dim : line);
+        DrawRowText(drawing, rect.left + 8, rect, labels[at], colour);
+        DrawRowText(drawing, valueAt + 8, rect, "<", arrows);
+        DrawRowText(drawing, valueAt + rowHeight + 8, rect, ValueOf(at), colour);
+        DrawRowText(drawing, rect.right - 20, rect, ">", arrows);
     }
-    DrawButton(drawing, OkRect(), "OK");
-    DrawButton(drawing, CancelRect(), "Cancel");
 }
 
 } // namespace Quenalib_MP3SettingsDialog

@@ -3,26 +3,18 @@
 #pragma once
 
 #include "LameConfig.h"
+#include "image/DrawnDialog.h"
 
-#include <afxwin.h>
 #include <string>
-
-class CDibDrawing;
 
 namespace Quenalib_MP3SettingsDialog {
 
 /// Edits a copy. Up and down choose a row, left and right change it, Return confirms, Escape and closing cancel.
-class CMP3SettingsDialog : public CWnd {
+class CMP3SettingsDialog : public NV::CDrawnDialog {
 public:
     enum Row { modeRow, bitrateRow, vbrRow, qualityRow, rateRow, rowCount };
 
-    explicit CMP3SettingsDialog(const BE_CONFIG& initial) : config(initial) {}
-
-    /// Makes the window, over `parent` when there is one. False when that fails.
-    bool CreateOver(CWnd* parent);
-    /// Makes the window unless it is there, and returns when the user is done: IDOK or IDCANCEL. `parent` takes no
-    /// input meanwhile.
-    int DoModal(CWnd* parent);
+    explicit CMP3SettingsDialog(const BE_CONFIG& initial);
 
     const BE_CONFIG& GetConfig() const { return config; }
     int GetRow() const { return row; }
@@ -31,25 +23,18 @@ public:
     /// The other settings make this one idle.
     bool IsIdle(int ofRow) const;
     static CRect RowRect(int ofRow);
-    static CRect OkRect();
-    static CRect CancelRect();
 
 protected:
-    void OnPaint();
-    BOOL OnEraseBkgnd(CDC* dc);
-    void OnKeyDown(UINT key, UINT repeats, UINT flags);
-    void OnLButtonDown(UINT flags, CPoint point);
-    void OnClose();
-    DECLARE_MESSAGE_MAP()
+    void PaintRows(CDibDrawing& drawing) const override;
+    void Key(UINT key) override;
+    void Click(CPoint point) override;
 
 private:
     void Step(int by);
     void Choose(int newRow);
-    void Paint(CDibDrawing& drawing) const;
 
     BE_CONFIG config;
     int row = modeRow;
-    int result = 0; // 0: still open
 };
 
 } // namespace Quenalib_MP3SettingsDialog

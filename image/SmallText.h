@@ -1,5 +1,5 @@
-// Letters for windows that draw themselves, the same on every system: ASCII letters, figures and a few signs of 5 by 7
-// dots. Sizes are pixels.
+// Letters for windows that draw themselves, the same on every system: ASCII, of 5 by 7 dots. PlainLetters.h makes
+// ASCII of other text. Sizes are pixels.
 #pragma once
 
 #include "DibDrawing.h"
@@ -10,6 +10,7 @@ namespace NV {
 
 constexpr int smallTextHeight = 7; // at scale 1
 constexpr int smallTextAdvance = 6;
+constexpr char unknownLetter = 0x7F; // an empty box
 
 /// Draws with the top-left corner of the first letter at `at`, each dot `scale` pixels wide and high. Characters that
 /// are not there leave a gap.

@@ -5,13 +5,14 @@
 // milliseconds. One object belongs to one thread at a time, and its commands block; the static settings are shared by
 // all objects and set before use.
 //
-//   CDDB.cpp            settings, disc identifiers, drives, the hello
-//   CDDBCommands.cpp    the commands over a socket
-//   CDDBHttps.cpp       query and read over HTTPS
-//   CDDBBodies.cpp      answers taken apart
-//   CDDBLocal.cpp       the local database
-//   CDDBLocalDB.cpp     fetching and unpacking it
-//   CDDBInfo.cpp        everything at once
+//   CDDB.cpp                   settings, disc identifiers, drives, the hello
+//   CDDBCommands.cpp           the commands over a socket
+//   CDDBHttps.cpp              query and read over HTTPS
+//   CDDBBodies.cpp             answers taken apart
+//   CDDBLocal.cpp              the local database
+//   CDDBLocalDB.cpp            fetching and unpacking it
+//   CDDBInfo.cpp               everything at once
+//   FreeDBSelectCDDialog.cpp   which of several matches
 #pragma once
 
 #include "CDDBTypes.h"
@@ -43,7 +44,8 @@ public:
     /// Gets every line of the log; null: no log.
     static WriteLogCallback c_pWriteLogCallback;
     /// Asked when a disc has several matches: gives the index of the chosen one, or a negative number for none of them.
-    /// Empty: the first one is taken.
+    /// Empty: the user picks one in a dialog over the calling thread's main window; where the calling thread has no
+    /// window, or windows are off-screen ones, the first one is taken.
     static SelectMatchCallback c_pSelectMatchCallback;
     /// The public server that stands in for those that are gone, "gnudb.gnudb.org".
     static CString c_szPublicServer;

@@ -2,6 +2,7 @@
 #include "CDDB.h"
 
 #include "CDDBLog.h"
+#include "FreeDBSelectCDDialog.h"
 #include "LocalTree.h"
 #include "RecordReader.h"
 
@@ -127,8 +128,8 @@ CString CCDDB::ReadOnline(const char* drive, u32 discId, const std::vector<i32>&
         CDDBLog(line);
     }
     int chosen = matches.empty() ? -1 : 0;
-    if (matches.size() > 1 && c_pSelectMatchCallback)
-        chosen = c_pSelectMatchCallback(matches);
+    if (matches.size() > 1)
+        chosen = c_pSelectMatchCallback ? c_pSelectMatchCallback(matches) : AskForMatch(matches);
     if (chosen < 0 || static_cast<std::size_t>(chosen) >= matches.size())
         return {};
     const CCDDBQueryResult& match = matches[static_cast<std::size_t>(chosen)];

@@ -307,6 +307,9 @@ private:
 NVLIB_API BOOL AfxRegisterClass(WNDCLASS* windowClass);
 /// The module that window classes belong to.
 NVLIB_API HINSTANCE AfxGetInstanceHandle();
+/// The program's main window: of those that the calling thread has made with neither parent nor owner, the oldest that
+/// stands. Null when there is none. Any thread.
+NVLIB_API CWnd* AfxGetMainWnd();
 
 /// Waits for a message and handles it, as the calling thread's CWinThread does if it has one. FALSE when it was the
 /// request to quit.

@@ -237,6 +237,28 @@ TEST_P(Window, IsNotMadeWhenSomethingIsMissing)
     EXPECT_FALSE(inner.Make(CRect(0, 0, 5, 5), &top, 1, 0, "NVLibTestOnce"));
 }
 
+TEST_P(Window, IsTheMainOneWhileItIsTheOldestOfItsThread)
+{
+    EXPECT_EQ(AfxGetMainWnd(), nullptr);
+    Recorder first("first", log), inner("inner", log), owned("owned", log), second("second", log);
+    first.refusesToBe = true;
+    ASSERT_FALSE(first.Make(CRect(20, 30, 220, 130)));
+    EXPECT_EQ(AfxGetMainWnd(), nullptr);
+    first.refusesToBe = false;
+    ASSERT_TRUE(first.Make(CRect(20, 30, 220, 130)));
+    ASSERT_TRUE(second.Make(CRect(20, 30, 220, 130)));
+    ASSERT_TRUE(inner.Make(CRect(0, 0, 5, 5), &second, 1));
+    ASSERT_TRUE(owned.CreateEx(0, plainClass, "", WS_POPUP, CRect(0, 0, 50, 50), &second, 0));
+    EXPECT_EQ(AfxGetMainWnd(), &first);
+    CWnd* elsewhere = &first;
+    std::thread([&] { elsewhere = AfxGetMainWnd(); }).join();
+    EXPECT_EQ(elsewhere, nullptr);
+    first.DestroyWindow();
+    EXPECT_EQ(AfxGetMainWnd(), &second);
+    second.DestroyWindow();
+    EXPECT_EQ(AfxGetMainWnd(), nullptr) << "owned ones went with it";
+}
+
 TEST_P(Window, PaintsWhatIsOutOfDateAndNothingElse)
 {
     Recorder top("top", log), inner("inner", log);

@@ -55,7 +55,7 @@ TEST_F(MP3SettingsDialog, ClicksDoWhatIsShown)
     ASSERT_TRUE(dialog.CreateOver(nullptr));
     CRect client;
     dialog.GetClientRect(client);
-    EXPECT_TRUE(client.PtInRect(CMP3SettingsDialog::CancelRect().BottomRight())); // all of it is there
+    EXPECT_TRUE(client.PtInRect(dialog.CancelRect().BottomRight())); // all of it is there
     const auto click = [&](CPoint at) { dialog.SendMessage(WM_LBUTTONDOWN, MK_LBUTTON, MAKELPARAM(at.x, at.y)); };
     const CRect bitrate = CMP3SettingsDialog::RowRect(CMP3SettingsDialog::bitrateRow);
     dialog.UpdateWindow();
@@ -74,7 +74,7 @@ TEST_F(MP3SettingsDialog, ClicksDoWhatIsShown)
         for (int x = 290; x < 400; ++x) // the figures
             changed += before.GetPixelColor(x, y) != after.GetPixelColor(x, y);
     EXPECT_GT(changed, 100);
-    click(CMP3SettingsDialog::OkRect().TopLeft());
+    click(dialog.OkRect().TopLeft());
     EXPECT_EQ(dialog.DoModal(nullptr), IDOK);
 }
 

@@ -426,6 +426,8 @@ TEST_F(ServerTest, InfoAsksTheServerAndLetsThePersonChoose)
             EXPECT_NE(log.find(line), std::string::npos) << line;
         choice = -1;
         EXPECT_EQ(client.ReadFreeDBInfo("", 0x1001f202, {150, 19950}, 2, "", host, "given"), "given");
+        CCDDB::c_pSelectMatchCallback = nullptr; // and no window either: the first one, whose id this is
+        EXPECT_GE(client.ReadFreeDBInfo("", 0x1001f202, {150, 19950}, 2, "", host).Find("DISCID=1001f202\r\n"), 0);
     }
     EXPECT_EQ(client.ReadFreeDBInfo("", 1, {}, 0, "", host, "given"), "given");
 }
