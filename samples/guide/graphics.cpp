@@ -24,7 +24,8 @@ int main(int argc, char** argv)
         return 1;
     for (const double seconds : {renderer.GetDuration() / 2, 3.0}) {
         const CDib* picture = renderer.GetFrame(seconds);
-        std::printf("%.1f s: the middle of the screen is %06x\n", seconds, picture->GetPixelColor(150, 108));
+        std::printf("%.1f s: the middle of the screen is %06x\n", seconds,
+                    static_cast<unsigned>(picture->GetPixelColor(150, 108)));
     }
 
     // Thumbprints are small enough to be kept for thousands of files.
