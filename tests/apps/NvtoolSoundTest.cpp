@@ -74,9 +74,9 @@ TEST_F(NvtoolSound, TellsWhichEncoderIsMissingAndWhereItLooked)
     const fs::path nvtool = NVLIB_NVTOOL;
     const bool windows = nvtool.extension() == ".exe";
     fs::create_directory("program");
-    fs::copy(nvtool, "program");
+    fs::copy_file(nvtool, "program" / nvtool.filename());
     if (windows)
-        fs::copy(nvtool.parent_path() / "NVLib.dll", "program");
+        fs::copy_file(nvtool.parent_path() / "NVLib.dll", "program/NVLib.dll");
     const fs::path encoder = fs::path("program") / (windows ? "lame_enc.dll" : "lame_enc.so");
     const std::string mp3 = fs::absolute("program" / nvtool.filename()).string() + " mp3 track.wav -o x.mp3";
     const auto problem = [&] {
@@ -89,7 +89,7 @@ TEST_F(NvtoolSound, TellsWhichEncoderIsMissingAndWhereItLooked)
     folder.Write(encoder.string(), "not a module");
     EXPECT_NE(problem().find(" cannot be loaded: "), std::string::npos) << Errors();
     fs::remove(encoder);
-    fs::copy(NVLIB_OTHER_MODULE, encoder);
+    fs::copy_file(NVLIB_OTHER_MODULE, encoder);
     EXPECT_NE(problem().find(" has no function beInitStream"), std::string::npos) << Errors();
 }
 
