@@ -2,8 +2,9 @@
 # The 32-bit Windows product: cross-builds NVLib.dll, nvtool.exe, the sample and the tests, runs the tests under Wine, and
 # holds every file that nvtool.exe writes against what the Linux nvtool makes of the same input.
 #
-#   scripts/windows.sh [STEP...]      steps: build test compare (all three without one), bench, big
+#   scripts/windows.sh [STEP...]      steps: build test compare (all three without one), person, bench, big
 #
+# person clicks and types in nvtool.exe's window as tests/apps/view_person.py has it, and leaves screenshots;
 # bench runs the benchmarks natively and under Wine; big splits an image of more than 2 GiB with both products and needs
 # 8 GB of disk. The first run installs the compiler and builds what Debian does not ship for this target (GoogleTest, Google
 # Benchmark, libcurl, libarchive) from Debian's own sources into ~/.cache/nvlib; later runs find it there.
@@ -275,6 +276,18 @@ step_compare() {
   say "$(find "$work/wine" -type f | wc -l) files, $(du -sh "$work/wine" | cut -f 1): the two products write the same bytes"
 }
 
+# ---- A person before the window ---------------------------------------------------------------------------------------------
+
+step_person() {
+  step "A person before nvtool view, under Wine"
+  local folder=$work/person
+  fresh_folder "$folder"
+  printf '#!/bin/sh\ncd %q && exec scripts/wine.sh wine %q "$@"\n' "$root" "$out/bin/nvtool.exe" >"$folder/nvtool"
+  chmod +x "$folder/nvtool"
+  "$root/scripts/wine.sh" --prepare
+  python3 "$root/tests/apps/view_person.py" "$folder/nvtool" "$folder" 2>"$folder/errors.txt" || die "see $folder"
+}
+
 # ---- Speed, and more than 2 GiB ---------------------------------------------------------------------------------------------
 
 benches=(CdgBench SplitBench SilenceBench)
@@ -371,6 +384,6 @@ fi
 "$root/scripts/setup.sh" base windows
 (($#)) || set -- build test compare
 for name in "$@"; do
-  declare -F "step_$name" >/dev/null || die "no step '$name' (build test compare bench big)"
+  declare -F "step_$name" >/dev/null || die "no step '$name' (build test compare person bench big)"
   "step_$name"
 done

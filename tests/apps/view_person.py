@@ -2,7 +2,7 @@
 """Sits down before 'nvtool view' on a display of its own (Xvfb), moves the mouse and types (xdotool), and holds what the
 program tells against what a person would expect.
 
-    view_person.py NVTOOL FOLDER
+    view_person.py NVTOOL FOLDER      NVTOOL: the program, or a script that runs it somewhere else
 
 FOLDER gets a sample track and a screenshot of every step (with ffmpeg), to be looked at. Exit code 77: a
 program that this needs is not installed."""
@@ -33,7 +33,7 @@ class Person:
         info = json.loads(subprocess.run([nvtool, "info", self.track, "--json"], check=True, capture_output=True).stdout)
         self.frames = info["sound"]["frames"]
         read, write = os.pipe()
-        self.xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1400x1000x24", "-nolisten", "tcp"],
+        self.xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1400x1000x24", "-nolisten", "tcp", "-ac"],
                                      pass_fds=[write], stderr=subprocess.DEVNULL)
         os.close(write)
         with os.fdopen(read) as display:
@@ -46,6 +46,7 @@ class Person:
         found = self.do("search", "--sync", "--onlyvisible", "--name", "track.bin")
         self.window = found.split()[0]
         self.do("windowmove", self.window, "0", "0")
+        self.do("windowsize", self.window, str(WIDTH), str(HEIGHT))  # on Windows the frame counted, too
         self.do("windowfocus", "--sync", self.window)
 
     def do(self, *arguments):
