@@ -251,7 +251,7 @@ run_commands() { # FOLDER ENDING [RUNNER]: where the programs are, how their nam
   "${nvtool[@]}" process track.bin -o processed | sed 's|\\|/|g' >process.txt # a path in each system's own way
   mkdir songs
   cp split.cdg split.wav track.bin songs
-  "${nvtool[@]}" process songs -o processed-songs 2>&1 | sed 's|\\|/|g' >process-songs.txt
+  "${nvtool[@]}" process songs -o processed-songs 2>&1 | tr -d '\r' | sed 's|\\|/|g' >process-songs.txt
   "${@:3}" "$bin/track_player$ending" track.bin 21.5 frame.bmp | tr -d '\r' >player.txt
 }
 
