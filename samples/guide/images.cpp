@@ -25,7 +25,7 @@ int main(int argc, char** argv)
     sound.Close();
 
     const std::string joined = folder + "/together.bin";
-    std::ofstream(joined, std::ios::binary); // the image is written into an existing file
+    const std::ofstream made(joined, std::ios::binary); // the image is written into an existing file
     if (!CBinFile::WriteWavToBin(wav.c_str(), joined.c_str()))
         return 1;
     WriteCDGToBIN(cdg.c_str(), joined.c_str());
