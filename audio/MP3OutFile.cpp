@@ -3,6 +3,7 @@
 
 #include "CyclicBuffer.h"
 #include "FileCalls.h"
+#include "FileReplace.h"
 #include "LittleEndian.h"
 #include "Module.h"
 #include "ScopedLock.h"
@@ -10,9 +11,11 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <mutex>
 #include <new>
 #include <string>
+#include <system_error>
 
 using namespace NV;
 
@@ -36,6 +39,19 @@ i16 Sample16(const u8* samples, std::size_t index, int bits)
     const std::size_t bytes = static_cast<std::size_t>(bits) / 8;
     const u8* const sample = samples + index * bytes;
     return bits == 8 ? static_cast<i16>((*sample - 128) * 256) : static_cast<i16>(LoadLE16(sample + bytes - 2));
+}
+
+/// Makes a file nothing but bytes that pass for frames, and closes it.
+bool FillWithFrames(CFile& file)
+{
+    std::array<BYTE, 4096> frames;
+    frames.fill(0xFF);
+    return Succeeds([&] {
+        file.SetLength(0);
+        file.Seek(0, CFile::begin);
+        file.Write(frames.data(), static_cast<UINT>(frames.size()));
+        file.Close();
+    });
 }
 
 } // namespace
@@ -330,28 +346,29 @@ bool CMP3OutFile::Finish()
 }
 
 /// Gives the encoder back when there will be no file. It goes with the frame that it fills in, nowhere else, and some
-/// modules ask the user about a file that has no room for that: the unwanted file becomes bytes that pass for frames.
+/// modules ask the user about a file that has no room for that: the unwanted file becomes bytes that pass for frames
+/// or, where its disk or its folder has gone, another one does.
 void CMP3OutFile::ReleaseEncoder()
 {
     if (!stream)
         return;
-    CFile& file = output->Bytes();
-    const std::array<BYTE, 4096> frames = [] {
-        std::array<BYTE, 4096> bytes;
-        bytes.fill(0xFF);
-        return bytes;
-    }();
-    const bool passes = Succeeds([&] {
-        file.SetLength(0);
-        file.Seek(0, CFile::begin);
-        file.Write(frames.data(), static_cast<UINT>(frames.size()));
-    });
-    const std::string path = output->BytesPath();
+    std::string path = output->BytesPath(), standIn;
     CFileStatus status;
-    if (passes && output->CloseBytes() && CFile::GetStatus(path.c_str(), status)) {
+    bool passes = FillWithFrames(output->Bytes()) && CFile::GetStatus(path.c_str(), status);
+    if (!passes) {
+        std::error_code failure;
+        const std::string beside = (std::filesystem::temp_directory_path(failure) / "nvlib-encoder.mp3").string();
+        CFile file;
+        passes = !failure && !MakeTemporaryBeside(beside.c_str(), standIn) &&
+                 file.Open(standIn.c_str(), CFile::modeReadWrite | CFile::shareExclusive) && FillWithFrames(file);
+        path = standIn;
+    }
+    if (passes) {
         const std::lock_guard hold(closing);
         entries.beCloseStream(stream);
         entries.beWriteVBRHeader(path.c_str());
     }
+    if (!standIn.empty())
+        Succeeds([&] { CFile::Remove(standIn.c_str()); });
     stream = nullptr;
 }

@@ -106,7 +106,8 @@ TEST(MP3Encoding, WhatIsNotDoneLeavesNothing)
             kept = kept || std::filesystem::exists(folder.Path("gone"));
             return false;
         };
-        EXPECT_EQ(EncodeMP3(job), kept ? MP3EncodingResult::done : MP3EncodingResult::badTarget);
+        const MP3EncodingResult result = EncodeMP3(job);
+        EXPECT_EQ(result, kept ? MP3EncodingResult::done : MP3EncodingResult::badTarget);
         std::filesystem::remove_all(folder.Path("gone"));
 
         const SmallDisk disk(256);
