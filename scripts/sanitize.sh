@@ -26,7 +26,7 @@ for preset in "$@"; do
   choice=()
   if [[ $preset == tsan ]]; then
     targets=(platform_tests afx_tests audio_tests tool_runner_tests cdg_tests)
-    choice=(-E 'NOT_BUILT|fuzz_corpus|exports|RandomStream|^nvtool\.')
+    choice=(-E 'NOT_BUILT|fuzz_corpus|exports|RandomStream|^(nvtool|net|guide)\.')
   fi
   build "$preset" "${targets[@]}"
   run_tests "$preset" "${choice[@]}" || die "tests failed under $preset; see build/$preset/Testing/Temporary/LastTest.log"

@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace {
 
@@ -99,15 +100,17 @@ TEST(MP3Encoding, WhatIsNotDoneLeavesNothing)
         job = JobOf(tune, folder.Path("gone/a.mp3"));
         job.threads = threads;
         std::filesystem::create_directory(folder.Path("gone"));
-        bool kept = false; // where files that are open keep their folder
+        bool tried = false, kept = false; // where files that are open keep their folder
         job.progress = [&](double) {
-            std::error_code unsaid; // not every library tells that it could not
-            std::filesystem::remove_all(folder.Path("gone"), unsaid);
-            kept = kept || std::filesystem::exists(folder.Path("gone"));
+            if (!std::exchange(tried, true)) {
+                std::error_code unsaid; // not every library tells that it could not
+                std::filesystem::remove_all(folder.Path("gone"), unsaid);
+                kept = std::filesystem::exists(folder.Path("gone"));
+            }
             return false;
         };
         const MP3EncodingResult result = EncodeMP3(job);
-        EXPECT_EQ(result, kept ? MP3EncodingResult::done : MP3EncodingResult::badTarget);
+        EXPECT_TRUE(result == MP3EncodingResult::badTarget || (kept && result == MP3EncodingResult::done));
         std::filesystem::remove_all(folder.Path("gone"));
 
         const SmallDisk disk(256);
