@@ -183,7 +183,6 @@ bool CCDGAnalyzer::Replay(int snapshotPack, const std::function<bool()>& isCance
     m_Packs.clear();
     m_Packs.reserve(count);
     m_ClearScreens.clear();
-    m_ClearScreens.reserve(count);
     m_SnapshotColors = {};
     m_SnapshotImage.Destroy();
     CleanScreenWatch watch;

@@ -2,9 +2,9 @@
 #include "PlainLetters.h"
 
 #include "SmallText.h"
+#include "Utf8.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace NV {
 namespace {
@@ -36,35 +36,6 @@ static_assert(std::size(latin1) == 0x60 && std::size(cyrillic) == 0x40);
 constexpr std::string_view latinExtended = "AaAaAaCcCcCcCcDdDdEeEeEeEeEeGgGgGgGgHhHhIiIiIiIiIiJjJjKkkLlLlLlLlLl"
                                            "NnNnNnnNnOoOoOoOoRrRrRrSsSsSsSsTtTtTtUuUuUuUuUuUuWwYyYZzZzZzs";
 static_assert(latinExtended.size() == 0x80);
-
-/// Takes the first character of UTF-8 text off. None when it is not well-formed: shortest forms, no surrogates, nothing
-/// above U+10FFFF.
-std::optional<char32_t> TakeCharacter(std::string_view& text)
-{
-    const auto lead = static_cast<unsigned char>(text.front());
-    const std::size_t length = lead < 0x80 ? 1 : lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (length == 0 || length > text.size() || lead > 0xF4)
-        return std::nullopt;
-    char32_t code = length == 1 ? lead : lead & (0x7FU >> length);
-    for (const char next : text.substr(1, length - 1)) {
-        if ((static_cast<unsigned char>(next) & 0xC0) != 0x80)
-            return std::nullopt;
-        code = code << 6 | (static_cast<unsigned char>(next) & 0x3FU);
-    }
-    constexpr char32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (code < least[length] || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000))
-        return std::nullopt;
-    text.remove_prefix(length);
-    return code;
-}
-
-bool IsUtf8(std::string_view text)
-{
-    while (!text.empty())
-        if (!TakeCharacter(text))
-            return false;
-    return true;
-}
 
 void Append(std::string& letters, char32_t code)
 {

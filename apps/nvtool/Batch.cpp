@@ -18,12 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string SlashedText(const fs::path& path)
-{
-    const std::u8string text = path.generic_u8string();
-    return {text.begin(), text.end()};
-}
-
 bool IsStreamName(const fs::path& path)
 {
     const std::string extension = LowerExtension(path);

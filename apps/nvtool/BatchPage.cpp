@@ -54,8 +54,8 @@ std::string BuildBatchPage(const std::vector<BatchEntry>& entries, const std::ve
     body += "<div class=\"tracks\">\n";
     for (const BatchEntry& entry : entries)
         body += Card(entry);
-    body += "</div>\n<footer>Made by nvtool " NVTOOL_VERSION
-            "; the same facts for programs are in <a href=\"report.json\">report.json</a>.</footer>\n";
+    body += "</div>\n";
+    body += kPageFooter;
     return HtmlPage("Tracks", body);
 }
 

@@ -82,6 +82,8 @@ std::string TimeText(double seconds);
 
 // A path as UTF-8 text, for messages and reports.
 std::string PathText(const std::filesystem::path& path);
+// The same with slashes on every system.
+std::string SlashedText(const std::filesystem::path& path);
 
 // A bar on standard error for work that takes more than a second. Draws only when standard error is a terminal, and
 // removes itself at the end, so nothing of it lands in a log. On other threads than the main one it draws nothing: what
@@ -134,6 +136,9 @@ public:
 
     // Puts the file in place; throws Error when that fails.
     void Commit();
+
+    // All three at once: the file with these bytes, or as it was. Throws Error.
+    static void WriteWhole(const std::filesystem::path& target, std::string_view bytes);
 
 private:
     std::filesystem::path target; // as given

@@ -1,11 +1,14 @@
 // Pieces of HTML: see Html.h.
 #include "Html.h"
 
-#include "Commands.h"
-
 #include <cstdio>
+#include <string_view>
 
 namespace nvtool {
+
+const char* const kPageFooter =
+    "<footer>Made by nvtool " NVTOOL_VERSION
+    "; the same facts for programs are in <a href=\"report.json\">report.json</a>.</footer>\n";
 
 std::string EscapedHtml(const std::string& text)
 {
@@ -30,7 +33,7 @@ std::string FileReference(const std::string& path)
     std::string reference;
     for (const char c : path) {
         const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                           std::string("-._/").find(c) != std::string::npos;
+                           std::string_view("-._/").find(c) != std::string_view::npos;
         char code[4] = {c, 0, 0, 0};
         if (!plain)
             std::snprintf(code, sizeof(code), "%%%02X", static_cast<unsigned char>(c));

@@ -17,6 +17,8 @@ std::string FileReference(const std::string& path);
 std::string NumberText(double value, int decimals);
 // "1 page", "2 pages".
 std::string CountText(size_t count, const char* one, const char* many);
+// What all pages end with.
+extern const char* const kPageFooter;
 // The page around a body.
 std::string HtmlPage(const std::string& title, const std::string& body);
 

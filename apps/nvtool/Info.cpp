@@ -92,7 +92,7 @@ Facts Gather(const std::string& file)
         if (const auto sound = OpenSound(file, facts.identity.kind))
             facts.sound = DescribeSound(*sound);
         else
-            facts.failure = "begins like a WAV file, but its chunks do not hold together";
+            facts.failure = kBrokenSound;
     } else if (facts.identity.kind == StreamKind::AudioImage) {
         facts.sound = DescribeAudioImage(facts.identity.length);
     }

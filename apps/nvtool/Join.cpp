@@ -50,7 +50,7 @@ i64 AudioFrames(const std::string& wav)
         throw Error(wav, "is no WAV file: " + KindText(identity));
     const auto sound = OpenSound(wav, StreamKind::Wave);
     if (!sound)
-        throw Error(wav, "begins like a WAV file, but its chunks do not hold together");
+        throw Error(wav, kBrokenSound);
     if (!Fits(*sound))
         throw Error(wav, "a disc image takes 44100 Hz, stereo, 16 bits; this is " + FormatText(sound->GetFormat()));
     return sound->GetLength();

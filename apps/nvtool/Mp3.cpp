@@ -44,8 +44,7 @@ void Run(const Options& options)
     RequireMp3Encoder();
     RefuseSameFile(options.input, options.output);
     const SoundSource source(options.input, IsEncodable); // throws what a person understands
-    if (source.IsDecoded())
-        Warn(options.input, "decoded by ffmpeg");
+    source.Tell();
     const auto sound = source.Open();
     const double seconds = sound->SampleToTime(sound->GetLength());
     OutputFile output(options.output);

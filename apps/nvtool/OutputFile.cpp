@@ -94,6 +94,13 @@ void OutputFile::Commit()
     temporary.clear();
 }
 
+void OutputFile::WriteWhole(const fs::path& path, std::string_view bytes)
+{
+    OutputFile file(path);
+    file.Write(bytes.data(), bytes.size());
+    file.Commit();
+}
+
 void RefuseSameFile(const fs::path& input, const fs::path& output)
 {
     std::error_code failure;

@@ -48,6 +48,13 @@ Print Print::OfStream(const fs::path& file)
     return OfPath(stream.Path(), PathText(file));
 }
 
+void Print::Save(const fs::path& target) const
+{
+    OutputFile file(target);
+    file.Write(bytes.data(), bytes.size());
+    file.Commit();
+}
+
 Print Print::OfAny(const fs::path& file)
 {
     const StreamIdentity identity = Identify(file);

@@ -22,6 +22,8 @@ public:
     static std::optional<Print> FromBytes(std::vector<u8> bytes);
 
     const std::vector<u8>& Bytes() const { return bytes; }
+    // Writes them to a file, whole or not at all. Throws Error.
+    void Save(const std::filesystem::path& target) const;
     // In how many bits the two differ.
     int Difference(const Print& other) const;
     // How many bits are set: visible pixels with something on them, added up over an image every 20 seconds. 0 for a

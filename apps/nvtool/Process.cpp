@@ -58,12 +58,6 @@ void RunOne(const Options& options, const std::string& track)
     PointAtPage(options);
 }
 
-std::string GenericText(const fs::path& path)
-{
-    const std::u8string text = path.generic_u8string();
-    return {text.begin(), text.end()};
-}
-
 // Every track once, none of them a result of an earlier run, no two for one folder.
 std::vector<BatchInput> TracksOf(const Options& options)
 {
@@ -77,18 +71,11 @@ std::vector<BatchInput> TracksOf(const Options& options)
             std::mismatch(target.begin(), target.end(), place.begin(), place.end()).first == target.end();
         if (input.found && isResult)
             continue;
-        if (input.failure.empty() && !taken.insert(GenericText(input.relative)).second)
+        if (input.failure.empty() && !taken.insert(SlashedText(input.relative)).second)
             input.failure = "another track has this name; process it by itself";
         inputs.push_back(std::move(input));
     }
     return inputs;
-}
-
-void WriteText(const fs::path& path, const std::string& text)
-{
-    OutputFile file(path);
-    file.Write(text.data(), text.size());
-    file.Commit();
 }
 
 void RunMany(const Options& options)
@@ -101,7 +88,7 @@ void RunMany(const Options& options)
             return {};
         const auto done = std::make_shared<ProcessedTrack>(
             ProcessTrack(input.path.string(), (fs::path(options.folder) / input.relative).string(), options.process));
-        return [&, done, name = input.name, reference = GenericText(input.relative)] {
+        return [&, done, name = input.name, reference = SlashedText(input.relative)] {
             Tell(name, done->results, options.json);
             std::fflush(stdout); // for who waits at the other end of a pipe
             entries.push_back(MakeBatchEntry(name, reference, done->results));
@@ -110,14 +97,14 @@ void RunMany(const Options& options)
         };
     };
     const auto failures = RunBatch("processing", TracksOf(options), options.jobs, work);
-    WriteText(folder.Add("index.html"), BuildBatchPage(entries, failures));
+    OutputFile::WriteWhole(folder.Add("index.html"), BuildBatchPage(entries, failures));
     const fs::path reportPath = folder.Add(ResultFolder::reportName);
     const ordered_json report = {{"tool", ResultFolder::toolMark},
                                  {"version", NVTOOL_VERSION},
                                  {"tracks", tracks},
                                  {"failures", FailuresJson(failures)},
                                  {"files", folder.Names()}};
-    WriteText(reportPath, JsonText(report));
+    OutputFile::WriteWhole(reportPath, JsonText(report));
     folder.Install();
     if (options.json)
         PrintJson(report);

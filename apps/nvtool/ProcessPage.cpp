@@ -267,8 +267,7 @@ std::string BuildProcessPage(const TrackResults& results)
     std::string body = Heading(results) + Player(results) + Timeline(results) +
                        (results.titles ? DiscTitlesHtml(*results.titles) : std::string()) + PageFigures(results) +
                        ScreenFigures(results) + Silences(results) + Facts(results) + ContactSheetSection(results) +
-                       "<footer>Made by nvtool " NVTOOL_VERSION
-                       "; the same facts for programs are in <a href=\"report.json\">report.json</a>.</footer>\n";
+                       kPageFooter;
     if (!results.script.empty())
         body += "<script src=\"" + EscapedHtml(results.script) + "\"></script>\n";
     return HtmlPage(results.title, body + "<script>\n" + kPageScript + "</script>\n");

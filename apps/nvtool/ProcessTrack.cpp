@@ -41,13 +41,6 @@ std::string NumberedName(const char* what, size_t number)
     return name;
 }
 
-void WriteText(const fs::path& path, const std::string& text)
-{
-    OutputFile file(path);
-    file.Write(text.data(), text.size());
-    file.Commit();
-}
-
 // Parts the image, or makes a WAV file of one without subcode. Returns the WAV file's present place.
 fs::path Split(const Job& job, ResultFolder& folder, TrackResults& results)
 {
@@ -178,16 +171,14 @@ void WriteScript(const Job& job, GraphicsInput& input, ResultFolder& folder, Tra
         return;
     }
     results.script = "graphics.js";
-    WriteText(folder.Add(results.script), ScreenScript(input, job.track));
+    OutputFile::WriteWhole(folder.Add(results.script), ScreenScript(input, job.track));
 }
 
 void ReportPrint(const Job& job, ResultFolder& folder, TrackResults& results)
 {
     const Print print = Print::OfStream(job.track);
     results.print = {"track.thumbprint", print.Bytes().size(), print.Ink()};
-    OutputFile file(folder.Add(results.print->name));
-    file.Write(print.Bytes().data(), print.Bytes().size());
-    file.Commit();
+    print.Save(folder.Add(results.print->name));
 }
 
 void ReportGraphics(const Job& job, ResultFolder& folder, TrackResults& results)
@@ -309,10 +300,10 @@ ProcessedTrack ProcessTrack(const std::string& track, const std::string& target,
         if (!remark.empty())
             results.remarks.push_back(remark);
     }
-    WriteText(folder.Add("index.html"), BuildProcessPage(results));
+    OutputFile::WriteWhole(folder.Add("index.html"), BuildProcessPage(results));
     const fs::path reportPath = folder.Add(ResultFolder::reportName);
     done.report = ToJson(results, folder.Names());
-    WriteText(reportPath, JsonText(done.report));
+    OutputFile::WriteWhole(reportPath, JsonText(done.report));
     folder.Install();
     return done;
 }

@@ -54,6 +54,12 @@ std::string PathText(const std::filesystem::path& path)
     return {text.begin(), text.end()};
 }
 
+std::string SlashedText(const std::filesystem::path& path)
+{
+    const std::u8string text = path.generic_u8string();
+    return {text.begin(), text.end()};
+}
+
 Progress::Progress(std::string_view what, u64 all)
     : label(what), total(all), terminal(all > 0 && std::this_thread::get_id() == kMainThread && IsErrorTerminal()),
       start(std::chrono::steady_clock::now()), last(start)

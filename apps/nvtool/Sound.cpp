@@ -62,7 +62,7 @@ SoundSource::SoundSource(fs::path file, TakesSound takes) : path(std::move(file)
     if (kind == StreamKind::Wave || kind == StreamKind::DiscImage) {
         const auto sound = OpenSound(path, kind);
         if (!sound)
-            throw Error(PathText(path), "begins like a WAV file, but its chunks do not hold together");
+            throw Error(PathText(path), kBrokenSound);
         if (!takes(*sound) && !FindFFMpeg().empty())
             Decode();
     } else if (kind == StreamKind::Unknown && FindSound(path)) {
@@ -78,6 +78,12 @@ void SoundSource::Decode()
 {
     decoded = std::make_shared<TemporaryFile>("sound.wav");
     DecodeSound(path, decoded->Path());
+}
+
+void SoundSource::Tell() const
+{
+    if (IsDecoded())
+        Warn(PathText(path), "decoded by ffmpeg");
 }
 
 std::unique_ptr<CSoundFile> SoundSource::Open() const
@@ -98,8 +104,7 @@ std::unique_ptr<CSoundFile> SoundSource::Open() const
 std::unique_ptr<CSoundFile> OpenSound(const fs::path& path, TakesSound takes)
 {
     const SoundSource source(path, takes);
-    if (source.IsDecoded())
-        Warn(PathText(path), "decoded by ffmpeg");
+    source.Tell();
     return source.Open();
 }
 

@@ -16,6 +16,8 @@ namespace nvtool {
 
 // What sound of other kinds is called.
 constexpr char kOtherSound[] = "sound that ffmpeg reads";
+// What is wrong with a file of such a kind that does not open.
+constexpr char kBrokenSound[] = "begins like a WAV file, but its chunks do not hold together";
 // For --help.
 constexpr char kSoundHelp[] = "WAV file, disc image or, with ffmpeg installed, any other sound";
 
@@ -34,6 +36,8 @@ public:
     // Throws Error. What it opens may outlive this object.
     std::unique_ptr<CSoundFile> Open() const;
     bool IsDecoded() const { return decoded != nullptr; }
+    // A remark when ffmpeg has decoded it.
+    void Tell() const;
     // The decoded file, while this object or one that it has opened is there.
     const std::filesystem::path& DecodedFile() const { return decoded->Path(); }
 

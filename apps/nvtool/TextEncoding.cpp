@@ -1,6 +1,8 @@
 // See TextEncoding.h.
 #include "TextEncoding.h"
 
+#include "Utf8.h"
+
 #include <array>
 #include <map>
 
@@ -15,33 +17,6 @@ constexpr std::array<char16_t, 64> kCp1251 = {
     0x0459, 0x203A, 0x045A, 0x045C, 0x045B, 0x045F, 0x00A0, 0x040E, 0x045E, 0x0408, 0x00A4, 0x0490, 0x00A6,
     0x00A7, 0x0401, 0x00A9, 0x0404, 0x00AB, 0x00AC, 0x00AD, 0x00AE, 0x0407, 0x00B0, 0x00B1, 0x0406, 0x0456,
     0x0491, 0x00B5, 0x00B6, 0x00B7, 0x0451, 0x2116, 0x0454, 0x00BB, 0x0458, 0x0405, 0x0455, 0x0457};
-
-// Whether all of it is well-formed UTF-8: shortest forms, no surrogates, nothing above U+10FFFF.
-bool IsUtf8(std::string_view text)
-{
-    for (size_t i = 0; i < text.size();) {
-        const auto byte = [&](size_t at) -> unsigned {
-            return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
-        };
-        const unsigned lead = byte(i);
-        const size_t length = lead < 0x80                   ? 1
-                              : lead >= 0xC2 && lead < 0xE0 ? 2
-                              : lead >= 0xE0 && lead < 0xF0 ? 3
-                              : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                            : 0;
-        if (length == 0)
-            return false;
-        for (size_t k = 1; k < length; ++k)
-            if ((byte(i + k) & 0xC0) != 0x80)
-                return false;
-        const unsigned second = byte(i + 1);
-        if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second >= 0xA0) || (lead == 0xF0 && second < 0x90) ||
-            (lead == 0xF4 && second >= 0x90))
-            return false;
-        i += length;
-    }
-    return true;
-}
 
 void Append(std::string& text, unsigned code)
 {
@@ -73,7 +48,7 @@ CLI::Option* AddEncodingOption(CLI::App& command, Encoding& encoding)
 
 std::string Readable(std::string_view text, Encoding encoding)
 {
-    if (encoding == Encoding::utf8 || (encoding == Encoding::automatic && IsUtf8(text)))
+    if (encoding == Encoding::utf8 || (encoding == Encoding::automatic && NV::IsUtf8(text)))
         return std::string(text);
     std::string readable;
     for (const char c : text) {

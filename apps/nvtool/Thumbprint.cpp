@@ -53,9 +53,7 @@ void Save(const Print& print, const fs::path& target)
     std::error_code failure; // OutputFile says what is wrong with the folder
     if (target.has_parent_path())
         fs::create_directories(target.parent_path(), failure);
-    OutputFile file(target);
-    file.Write(print.Bytes().data(), print.Bytes().size());
-    file.Commit();
+    print.Save(target);
 }
 
 void Run(const Options& options)

@@ -88,9 +88,7 @@ void OpenTrack(const Options& options, Track& track)
         wav = kind == StreamKind::Graphics ? SoundBeside(options.track).value_or(fs::path()) : fs::path(options.track);
     std::optional<SoundSource> source;
     if (!wav.empty())
-        source.emplace(wav, CWaveFileChartWnd::CanShow);
-    if (source && source->IsDecoded())
-        Warn(PathText(wav), "decoded by ffmpeg");
+        source.emplace(wav, CWaveFileChartWnd::CanShow).Tell();
     for (std::unique_ptr<CSoundFile>* const sound : {&track.sound, &track.played}) {
         if (source)
             *sound = source->Open();

@@ -227,7 +227,6 @@ void ViewWindow::Tell(int code)
 }
 
 // ---- Playing
-// ---------------------------------------------------------------------------------------------------------
 
 LRESULT ViewWindow::OnPlayMessage(WPARAM, LPARAM)
 {
