@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <span>
 
 using namespace NV;
 
@@ -39,7 +40,7 @@ public:
         }
         return true;
     }
-    bool Choose(const std::vector<u32>& ids, CCDDBRecord& best) const
+    bool Choose(std::span<const u32> ids, CCDDBRecord& best) const
     {
         i64 bestScore = worstLocalScore;
         for (const u32 id : ids) {
@@ -63,7 +64,7 @@ private:
 /// Range files, of which more has to be read, come second: a database has one layout or the other.
 bool BestLocalRecord(LocalTree& tree, u32 discId, const std::vector<i32>& offsets, CCDDBRecord& best)
 {
-    const std::vector<u32> ids = CandidateIds(discId);
+    const auto ids = CandidateIds(discId);
     BestRecord records(offsets);
     const auto keep = [&](const LocalTree::Found& found) { return records.Keep(found); };
     tree.ReadFiles(ids, keep);

@@ -45,8 +45,10 @@ bool FindRecords(LocalTree& database, u32 discId, const std::vector<i32>& frameO
 {
     records.clear();
     std::vector<Counted> counted;
+    counted.reserve(16); // more are rare
     std::size_t best = 0;
     i64 bestScore = worstScore;
+    std::string bestText; // empty when only its head was kept
     database.ReadHeads(CandidateIds(discId), [&](const LocalTree::FoundHead& found) {
         if (found.frameOffsets.size() != frameOffsets.size())
             return;
@@ -54,17 +56,18 @@ bool FindRecords(LocalTree& database, u32 discId, const std::vector<i32>& frameO
         if (score < bestScore) {
             bestScore = score;
             best = counted.size();
+            bestText = found.text;
         }
         counted.push_back({found.recordId, score, found.category, found.file});
     });
     if (bestScore == worstScore)
         return true;
     bool asTold = true;
-    const auto add = [&](const Counted& chosen) {
-        std::string_view text;
+    const auto add = [&](const Counted& chosen, std::string_view text) {
         CCDDBRecord record;
-        if (!database.ReadText({0, chosen.category, chosen.file, 0, {}}, text) || !ReadRecord(text, record) ||
-            record.discId != chosen.discId || record.frameOffsets.size() != frameOffsets.size() ||
+        if ((text.empty() && !database.ReadText({0, chosen.category, chosen.file, 0, {}}, text)) ||
+            !ReadRecord(text, record) || record.discId != chosen.discId ||
+            record.frameOffsets.size() != frameOffsets.size() ||
             ScoreOf(frameOffsets, record.frameOffsets, chosen.category) != chosen.score) {
             asTold = false;
             return;
@@ -73,10 +76,10 @@ bool FindRecords(LocalTree& database, u32 discId, const std::vector<i32>& frameO
         records.push_back(std::move(record));
     };
     const u32 bestId = counted[best].discId;
-    add(counted[best]);
+    add(counted[best], bestText);
     for (std::size_t i = 0; i < counted.size(); ++i) {
         if (i != best && (counted[i].discId == bestId || counted[i].discId == discId))
-            add(counted[i]);
+            add(counted[i], {});
     }
     return asTold;
 }

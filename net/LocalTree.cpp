@@ -65,10 +65,10 @@ bool Settled(const FileMoment& changed, const FileMoment& listed)
 
 } // namespace
 
-std::vector<u32> CandidateIds(u32 discId)
+std::array<u32, 33> CandidateIds(u32 discId)
 {
-    std::vector<u32> ids(33);
-    for (u32 k = 0; k <= 32; ++k)
+    std::array<u32, 33> ids;
+    for (u32 k = 0; k < ids.size(); ++k)
         ids[k] = ((discId >> 24) + k - 16) << 24 | (discId & idTail);
     return ids;
 }
@@ -121,7 +121,8 @@ bool LocalTree::IsSmallSpelling(const FolderHandle& folder, bool& known)
     return false;
 }
 
-LocalTree::Spelling LocalTree::UsualSpelling(const std::vector<std::string>& folders) const
+/// How the names of the first folder that tells are written, of those too large to be listed.
+LocalTree::Spelling LocalTree::UsualSpelling(std::span<const std::string> folders) const
 {
     for (const std::string& name : folders) {
         const FolderHandle folder(path + pathSeparator + name);
@@ -135,39 +136,50 @@ LocalTree::Spelling LocalTree::UsualSpelling(const std::vector<std::string>& fol
     return capital;
 }
 
-bool LocalTree::FindWithoutIndex(std::span<const u32> ids, Spelling spelling, const UseFile& use) const
-{
-    bool found = false;
-    const std::vector<std::string> folders = SubfoldersOf(path);
-    const bool usual = fileNamesHaveCase && spelling == mixed;
-    const Spelling asking = usual ? UsualSpelling(folders) : spelling == mixed ? capital : spelling;
-    std::vector<std::string> names;
-    for (const u32 id : ids)
-        names.push_back(NameOf(id, asking));
-    for (const std::string& name : folders) {
-        const FolderHandle folder(path + pathSeparator + name);
-        if (!folder.IsOpen())
-            continue;
-        std::vector<std::string> there;
-        if (usual && folder.IsSmall())
-            there = NamesByListing(folder.Path(), ids);
-        else
-            std::copy_if(names.begin(), names.end(), std::back_inserter(there),
-                         [&](const std::string& each) { return folder.Has(each.c_str()); });
-        for (const std::string& file : there) {
-            found = true;
-            if (!use(folder, name, file))
-                return true;
-        }
-    }
-    return found;
-}
-
 void LocalTree::FindFirstTime(std::span<const u32> ids, const UseFile& use)
 {
     asked = true;
-    if (!FindWithoutIndex(ids, mixed, use) && fileNamesHaveCase && !FindWithoutIndex(ids, small, use))
-        FindWithoutIndex(ids, capital, use);
+    const std::vector<std::string> folders = SubfoldersOf(path);
+    std::vector<std::string> askedFor, names; // folders that were asked for names, and which
+    Spelling spelling = capital;
+    const auto spell = [&](Spelling wanted) {
+        spelling = wanted;
+        names.clear();
+        for (const u32 id : ids)
+            names.push_back(NameOf(id, spelling));
+    };
+    bool found = false, go = true;
+    const auto useAll = [&](const FolderHandle& folder, const std::string& category,
+                            const std::vector<std::string>& files) {
+        for (std::size_t i = 0; go && i < files.size(); ++i) {
+            found = true;
+            go = use(folder, category, files[i]);
+        }
+    };
+    const auto ask = [&](const FolderHandle& folder, const std::string& category) {
+        std::vector<std::string> there;
+        std::copy_if(names.begin(), names.end(), std::back_inserter(there),
+                     [&](const std::string& each) { return folder.Has(each.c_str()); });
+        useAll(folder, category, there);
+    };
+    for (std::size_t i = 0; go && i < folders.size(); ++i) {
+        const FolderHandle folder(path + pathSeparator + folders[i]);
+        if (!folder.IsOpen())
+            continue;
+        if (fileNamesHaveCase && folder.IsSmall()) {
+            useAll(folder, folders[i], NamesByListing(folder.Path(), ids));
+            continue;
+        }
+        if (names.empty())
+            spell(fileNamesHaveCase ? UsualSpelling(std::span(folders).subspan(i)) : capital);
+        ask(folder, folders[i]);
+        askedFor.push_back(folders[i]);
+    }
+    if (found || !fileNamesHaveCase)
+        return;
+    spell(spelling == small ? capital : small);
+    for (std::size_t i = 0; go && i < askedFor.size(); ++i)
+        ask(FolderHandle(path + pathSeparator + askedFor[i]), askedFor[i]);
 }
 
 // ---- The index ----
@@ -303,14 +315,14 @@ void LocalTree::Forget()
     keptOffsets.clear();
 }
 
-/// The head of a record. False when the file is gone.
-bool LocalTree::HeadOf(const Category& category, std::size_t place, const std::string& file, KeptHead& found)
+/// The head of a record, and its text when that had to be read. False when the file is gone.
+bool LocalTree::HeadOf(const Category& category, std::size_t place, const std::string& file, KeptHead& found,
+                       std::string_view& text)
 {
     if (keptAt[place] > 0) {
         found = keptHeads[keptAt[place] - 1];
         return true;
     }
-    std::string_view text;
     FileMoment written;
     if (!category.folder.Read(file.c_str(), longestRecord, buffer, text, &written))
         return false;
@@ -333,7 +345,7 @@ void LocalTree::ReadHeads(std::span<const u32> ids, const std::function<void(con
         FindFirstTime(ids, [&](const FolderHandle& folder, const std::string& category, const std::string& file) {
             std::string_view text;
             if (folder.Read(file.c_str(), longestRecord, buffer, text) && ReadRecordHead(text, head))
-                use({LeadingHex(file), category, file, head.discId, head.frameOffsets});
+                use({LeadingHex(file), category, file, head.discId, head.frameOffsets, text});
             return true;
         });
         return;
@@ -342,15 +354,20 @@ void LocalTree::ReadHeads(std::span<const u32> ids, const std::function<void(con
         Forget();
     FindInIndex(ids, [&](const Category& category, std::size_t place, const std::string& file) {
         KeptHead kept;
-        if (HeadOf(category, place, file, kept) && kept.offsets > 0)
+        std::string_view text;
+        if (HeadOf(category, place, file, kept, text) && kept.offsets > 0)
             use({IdOf(index[place]), category.name, file, kept.recordId,
-                 std::span(keptOffsets).subspan(kept.firstOffset, kept.offsets)});
+                 std::span(keptOffsets).subspan(kept.firstOffset, kept.offsets), text});
         return true;
     });
 }
 
 bool LocalTree::ReadText(const FoundHead& found, std::string_view& text)
 {
+    const auto known = std::find_if(categories.begin(), categories.end(),
+                                    [&](const Category& each) { return each.name == found.category; });
+    if (known != categories.end())
+        return known->folder.IsOpen() && known->folder.Read(found.file.c_str(), longestRecord, buffer, text);
     const std::string file = found.category + pathSeparator + found.file;
     return OpenRoot() && root.Read(file.c_str(), longestRecord, buffer, text);
 }

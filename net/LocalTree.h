@@ -11,6 +11,7 @@
 #include "NVTypes.h"
 #include "RecordReader.h"
 
+#include <array>
 #include <functional>
 #include <span>
 #include <string>
@@ -20,7 +21,7 @@
 namespace NV {
 
 /// The ids that a disc may stand under when up to 16 is wrong with the sum in its first byte, from -16 to 16.
-std::vector<u32> CandidateIds(u32 discId);
+std::array<u32, 33> CandidateIds(u32 discId);
 
 class LocalTree {
 public:
@@ -42,6 +43,7 @@ public:
         const std::string& file;
         u32 recordId; ///< The one inside of it.
         std::span<const i32> frameOffsets;
+        std::string_view text = {}; ///< The whole record when it has just been read.
     };
 
     /// Judges the records of these ids that have files of their own, folder by folder and in each in the order of the
@@ -94,11 +96,11 @@ private:
     static bool IsSmallSpelling(const FolderHandle& folder, bool& known);
     using UseFile =
         std::function<bool(const FolderHandle& folder, const std::string& category, const std::string& file)>;
-    bool FindWithoutIndex(std::span<const u32> ids, Spelling spelling, const UseFile& use) const;
     void FindFirstTime(std::span<const u32> ids, const UseFile& use);
     void FindInIndex(std::span<const u32> ids, const UseEntry& use);
-    bool HeadOf(const Category& category, std::size_t place, const std::string& file, KeptHead& found);
-    Spelling UsualSpelling(const std::vector<std::string>& folders) const;
+    bool HeadOf(const Category& category, std::size_t place, const std::string& file, KeptHead& found,
+                std::string_view& text);
+    Spelling UsualSpelling(std::span<const std::string> folders) const;
     bool OpenRoot();
     bool UpdateIndex();
     void ListCategory(Category& category, const FileMoment& newChanged);

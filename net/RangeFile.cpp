@@ -5,12 +5,14 @@
 #include "audio/FileCalls.h"
 
 #include <algorithm>
+#include <cstring>
+#include <vector>
 
 namespace NV {
 namespace {
 
 constexpr std::string_view mark = "FILENAME=";
-constexpr std::size_t pieceSize = 64 << 10;
+constexpr std::size_t pieceSize = 32 << 10; // larger ones make the heap grow and shrink with every file
 constexpr std::size_t longestRecord = 4 << 20;
 
 /// Goes through the file with as much of it in memory as is needed.
@@ -22,14 +24,14 @@ public:
     {
         u32 id = 0;
         for (std::size_t line = 0; FindMark(line);) {
-            if (record != none && !use(id, std::string_view(text).substr(record, line - record)))
+            if (record != none && !use(id, text.substr(record, line - record)))
                 return;
-            id = LeadingHex(std::string_view(text).substr(line + 1 + mark.size(), 8));
+            id = LeadingHex(text.substr(line + 1 + mark.size(), 8));
             record = wanted(id) ? line : none;
             scan = line + 1 + mark.size();
         }
         if (record != none)
-            use(id, std::string_view(text).substr(record));
+            use(id, text.substr(record));
     }
 
 private:
@@ -38,7 +40,7 @@ private:
     {
         for (;;) {
             const std::size_t at = text.find(mark, scan);
-            if (at == std::string::npos) {
+            if (at == none) {
                 // The end may be a part of a mark; it is told by the two characters in front of it.
                 scan = std::max(scan, text.size() - std::min(text.size(), mark.size()));
                 if (!More())
@@ -58,20 +60,23 @@ private:
         if (record != none && text.size() - record > longestRecord)
             record = none; // no record is as long
         const std::size_t dropped = record != none ? record : scan > 2 ? scan - 2 : 0;
-        text.erase(0, dropped);
+        const std::size_t kept = text.size() - dropped;
+        if (dropped > 0)
+            std::memmove(buffer.data(), buffer.data() + dropped, kept);
         scan -= dropped;
         if (record != none)
             record = 0;
-        const std::size_t size = text.size();
-        text.resize(size + pieceSize);
-        const UINT got = file.Read(text.data() + size, static_cast<UINT>(pieceSize));
-        text.resize(size + got);
+        if (buffer.size() < kept + pieceSize)
+            buffer.resize(kept + pieceSize);
+        const UINT got = file.Read(buffer.data() + kept, static_cast<UINT>(pieceSize));
+        text = std::string_view(buffer.data(), kept + got);
         return got > 0;
     }
 
-    static constexpr std::size_t none = std::string::npos;
+    static constexpr std::size_t none = std::string_view::npos;
     CFile& file;
-    std::string text;
+    std::vector<char> buffer;
+    std::string_view text;     // the part of the buffer that is filled
     std::size_t scan = 0;      // everything in front was looked at
     std::size_t record = none; // where the wanted record begins that is gone through
 };

@@ -47,6 +47,27 @@ void SplitDiscTitle(std::string_view text, CString& artist, CString& title)
     title = slash == std::string_view::npos ? artist : Unescaped(TrimmedBlanks(text.substr(slash + 1)));
 }
 
+/// A value that may come in several lines. Most come in one, which is not copied.
+class JoinedValue {
+public:
+    void operator+=(std::string_view part)
+    {
+        if (first.empty()) {
+            first = part;
+            return;
+        }
+        if (joined.empty())
+            joined = first;
+        joined += part;
+    }
+    std::string_view Text() const { return joined.empty() ? first : joined; }
+
+private:
+    std::string_view first;
+    std::string joined;
+};
+
+/// Takes the lines of a text that outlives it.
 class RecordReader {
 public:
     explicit RecordReader(CCDDBRecord& filled) : record(filled) {}
@@ -60,31 +81,36 @@ public:
     }
 
     /// Nothing that follows can change whether the record is valid, nor its id and offsets.
-    bool KnowsHead() const { return headerOver && seenTitle && TrimmedBlanks(discId).size() > 7; }
+    bool KnowsHead() const { return headerOver && seenTitle && TrimmedBlanks(discId.Text()).size() > 7; }
     bool IsValid() const
     {
-        const std::string_view id = TrimmedBlanks(discId);
+        const std::string_view id = TrimmedBlanks(discId.Text());
         const bool hasId = id.size() > 7 && DiscIdOf(id.substr(0, 8)).has_value();
         return seenHeader && !record.frameOffsets.empty() && seenLength && seenClient && hasId && seenTitle;
     }
-    u32 DiscId() const { return LeadingHex(TrimmedBlanks(discId)); }
+    u32 DiscId() const { return LeadingHex(TrimmedBlanks(discId.Text())); }
 
     bool Finish()
     {
         if (!IsValid())
             return false;
         record.discId = DiscId();
-        SplitDiscTitle(discTitle, record.artist, record.title);
-        record.year = LeadingNumber(year).value_or(0);
-        record.genre = Unescaped(genre);
-        record.extendedData = Unescaped(extended);
-        record.playOrder = Unescaped(playOrder);
+        record.clientName = ToCString(clientName);
+        record.clientVersion = ToCString(clientVersion);
+        record.clientComment = ToCString(clientComment);
+        SplitDiscTitle(discTitle.Text(), record.artist, record.title);
+        record.year = LeadingNumber(year.Text()).value_or(0);
+        record.genre = Unescaped(genre.Text());
+        record.extendedData = Unescaped(extended.Text());
+        record.playOrder = Unescaped(playOrder.Text());
         const std::size_t tracks = std::max(titles.size(), extendedTracks.size());
         titles.resize(tracks);
         extendedTracks.resize(tracks);
+        record.trackTitles.reserve(tracks);
+        record.extendedTrackData.reserve(tracks);
         for (std::size_t i = 0; i < tracks; ++i) {
-            record.trackTitles.push_back(Unescaped(titles[i]));
-            record.extendedTrackData.push_back(Unescaped(extendedTracks[i]));
+            record.trackTitles.push_back(Unescaped(titles[i].Text()));
+            record.extendedTrackData.push_back(Unescaped(extendedTracks[i].Text()));
         }
         return true;
     }
@@ -118,11 +144,10 @@ private:
 
     void ParseClient(std::string_view text)
     {
-        record.clientName = ToCString(TakeWord(text));
-        const std::string_view version = TakeWord(text);
-        record.clientVersion = ToCString(version);
-        record.clientComment = ToCString(text);
-        seenClient = !version.empty();
+        clientName = TakeWord(text);
+        clientVersion = TakeWord(text);
+        clientComment = text;
+        seenClient = !clientVersion.empty();
     }
 
     void ParseKeywordLine(std::string_view line)
@@ -153,13 +178,15 @@ private:
         }
     }
 
-    static void AddToTrack(std::vector<std::string>& tracks, std::string_view number, std::string_view value)
+    void AddToTrack(std::vector<JoinedValue>& tracks, std::string_view number, std::string_view value) const
     {
         std::string_view rest;
         const auto track = LeadingNumber(number, &rest);
         if (!track || !rest.empty() || *track > highestTrack)
             return;
         const std::size_t index = static_cast<std::size_t>(*track);
+        if (tracks.empty())
+            tracks.reserve(record.frameOffsets.size());
         if (index >= tracks.size())
             tracks.resize(index + 1);
         tracks[index] += value;
@@ -168,8 +195,9 @@ private:
     CCDDBRecord& record;
     bool seenHeader = false, seenLength = false, seenClient = false, seenTitle = false;
     bool inOffsets = false, headerOver = false;
-    std::string discId, discTitle, year, genre, extended, playOrder; // escapes still in place
-    std::vector<std::string> titles, extendedTracks;
+    std::string_view clientName, clientVersion, clientComment;
+    JoinedValue discId, discTitle, year, genre, extended, playOrder; // escapes still in place
+    std::vector<JoinedValue> titles, extendedTracks;
 };
 
 } // namespace

@@ -1,6 +1,8 @@
 // FolderNames.h for POSIX.
 #include "FolderNames.h"
 
+#include "OwnedDescriptor.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -83,8 +85,9 @@ std::vector<std::string> SubfoldersOf(const std::string& path)
     return names;
 }
 
+// O_PATH: most folders are only asked for names, and opening them for listing costs more than some questions.
 FolderHandle::FolderHandle(std::string path)
-    : folder(std::move(path)), handle(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+    : folder(std::move(path)), handle(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))
 {
 }
 
@@ -113,7 +116,8 @@ bool FolderHandle::IsOpen() const
 
 bool FolderHandle::Has(const char* name) const
 {
-    return faccessat(static_cast<int>(handle), name, F_OK, 0) == 0;
+    struct stat info; // asking for rights would cost a little more
+    return fstatat(static_cast<int>(handle), name, &info, 0) == 0;
 }
 
 bool FolderHandle::Changed(FileMoment& moment) const
@@ -165,9 +169,9 @@ std::vector<std::string> FolderHandle::SomeNames(std::size_t most) const
 {
     std::vector<std::string> names;
     alignas(KernelEntry) char buffer[1024];
-    lseek(static_cast<int>(handle), 0, SEEK_SET);
+    const OwnedDescriptor listed(openat(static_cast<int>(handle), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     while (names.size() < most) {
-        const long got = syscall(SYS_getdents64, static_cast<int>(handle), buffer, sizeof buffer);
+        const long got = syscall(SYS_getdents64, listed.Get(), buffer, sizeof buffer);
         if (got <= 0)
             break;
         for (long at = 0; at < got && names.size() < most;) {

@@ -58,11 +58,11 @@ protected:
         return found;
     }
     /// By a client that asks for the first time, and one that asks again.
-    std::vector<std::string> QueryBoth() const
+    std::vector<std::string> QueryBoth(u32 id = discId) const
     {
         CCDDB client;
-        const auto first = Query(client);
-        EXPECT_EQ(Query(client), first) << "asked again";
+        const auto first = Query(client, id);
+        EXPECT_EQ(Query(client, id), first) << "asked again";
         return first;
     }
 
@@ -137,6 +137,27 @@ TEST_F(LocalTest, NamesMatchWithoutCase)
     CCDDB third;
     EXPECT_EQ(Query(third, other), Found{"jazz:mixed"});
     EXPECT_EQ(Query(client, other), Found{"jazz:mixed"});
+}
+
+/// Folders that are too large to be listed for one question.
+TEST_F(LocalTest, NamesInLargeFoldersMatchWithoutCase)
+{
+    const u32 id = 0x9a0bed02, close = 0x9b0bed02;
+    const std::pair<const char*, const char*> spellings[] = {{"%08x", "%08X"}, {"%08X", "%08x"}};
+    for (const auto& [usual, other] : spellings) {
+        SCOPED_TRACE(usual);
+        fs::create_directories(folder.Path("rock"));
+        for (u32 i = 0; i < 900; ++i)
+            folder.Write("rock/" + Hex(0xabcdef00 + i, usual), "");
+        Put("rock", Hex(close, other), TextOf(close, "the only one written so"));
+        EXPECT_EQ(QueryBoth(id), Found{"rock:the only one written so"});
+        fs::remove(folder.Path("rock/" + Hex(close, other)));
+        Put("rock", Hex(close, usual), TextOf(close, "as usual"));
+        Put("blues", Hex(close, other), TextOf(close, "in a small folder"));
+        EXPECT_EQ(QueryBoth(id), (Found{"blues:in a small folder", "rock:as usual"}));
+        fs::remove_all(folder.Path("rock"));
+        fs::remove_all(folder.Path("blues"));
+    }
 }
 
 TEST_F(LocalTest, TheIndexSeesWhatChanges)
