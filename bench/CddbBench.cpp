@@ -5,7 +5,9 @@
 // seconds". scripts/bench.sh has all three made. Figures are times of one disc, files in the page cache.
 //
 //   query_fresh      a new client's first question, without an index, as a program meets it that asks once
-//   query_again      a client that keeps an index; the folders' times are looked at each time
+//   query_fresh_ranges  the same where all records are in range files, in which such a question does not look
+//   query_new        a client that keeps an index is asked for a disc whose candidates it has not seen: it reads them
+//   all query_again      the same for a disc that it was asked for before; the folders' times are looked at each time
 //   index            the second question of a client, in which the index is made
 //   range_fresh      Read from range files by a new client
 #include "CDDB.h"
@@ -71,9 +73,9 @@ void AskForAll(benchmark::State& state, Ask ask)
     state.counters["discs"] = static_cast<double>(Discs().size());
 }
 
-void query_fresh(benchmark::State& state)
+void AskFresh(benchmark::State& state, const char* variable)
 {
-    const char* const tree = Tree(state, "NVLIB_BENCH_CDDB");
+    const char* const tree = Tree(state, variable);
     if (!tree)
         return;
     AskForAll(state, [&](const Disc& disc) {
@@ -83,6 +85,35 @@ void query_fresh(benchmark::State& state)
     });
 }
 
+void query_fresh(benchmark::State& state)
+{
+    AskFresh(state, "NVLIB_BENCH_CDDB");
+}
+
+void query_fresh_ranges(benchmark::State& state)
+{
+    AskFresh(state, "NVLIB_BENCH_CDDB_RANGES");
+}
+
+/// Two questions: the index is made at the second one.
+void MakeIndex(CCDDB& client, const char* tree)
+{
+    std::vector<CCDDBRecord> records;
+    for (int i = 0; i < 2; ++i)
+        client.QueryLocal(tree, Discs()[0].id, Discs()[0].offsets, records);
+}
+
+void query_new(benchmark::State& state)
+{
+    const char* const tree = Tree(state, "NVLIB_BENCH_CDDB");
+    if (!tree)
+        return;
+    CCDDB client;
+    std::vector<CCDDBRecord> records;
+    MakeIndex(client, tree);
+    AskForAll(state, [&](const Disc& disc) { return client.QueryLocal(tree, disc.id, disc.offsets, records); });
+}
+
 void query_again(benchmark::State& state)
 {
     const char* const tree = Tree(state, "NVLIB_BENCH_CDDB");
@@ -90,9 +121,11 @@ void query_again(benchmark::State& state)
         return;
     CCDDB client;
     std::vector<CCDDBRecord> records;
-    for (int i = 0; i < 2; ++i)
-        client.QueryLocal(tree, Discs()[0].id, Discs()[0].offsets, records);
-    AskForAll(state, [&](const Disc& disc) { return client.QueryLocal(tree, disc.id, disc.offsets, records); });
+    MakeIndex(client, tree);
+    const auto ask = [&](const Disc& disc) { return client.QueryLocal(tree, disc.id, disc.offsets, records); };
+    for (const Disc& disc : Discs())
+        ask(disc);
+    AskForAll(state, ask);
 }
 
 void index(benchmark::State& state)
@@ -126,6 +159,8 @@ void range_fresh(benchmark::State& state)
 } // namespace
 
 BENCHMARK(query_fresh)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(1);
+BENCHMARK(query_fresh_ranges)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(1);
+BENCHMARK(query_new)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(1);
 BENCHMARK(query_again)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(10);
 BENCHMARK(index)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(range_fresh)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(1);
