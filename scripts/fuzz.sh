@@ -24,12 +24,12 @@ export TMPDIR
 trap 'rm -rf "$TMPDIR"' EXIT
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
-for target in "${targets[@]}"; do
-  program=$root/build/fuzz/fuzz/${target}_fuzz
+
+fuzz_one() { # TARGET
+  local target=$1 program=$root/build/fuzz/fuzz/${1}_fuzz
   [[ -x $program ]] || die "no target '$target' (${all[*]%_fuzz})"
-  found=$root/out/fuzz/$target
+  local found=$root/out/fuzz/$target log=$root/out/fuzz/$target.log
   mkdir -p "$found"
-  log=$root/out/fuzz/$target.log
   if ! "$program" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -max_len=65536 -print_final_stats=1 \
     -artifact_prefix="$root/out/fuzz/$target-" "$found" "$root/fuzz/corpus/$target" >"$log" 2>&1; then
     tail -n 60 "$log" >&2
@@ -37,4 +37,21 @@ for target in "${targets[@]}"; do
   fi
   say "$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs in $seconds s," \
     "$(sed -n 's/^.*cov: \([0-9]*\).*$/\1/p' "$log" | tail -n 1) edges covered, nothing found"
+}
+
+# As many at a time as there are cores; one that breaks stops none of the others.
+running=0 broken=0
+for target in "${targets[@]}"; do
+  if ((running == cores)); then
+    wait -n || broken=$((broken + 1))
+    running=$((running - 1))
+  fi
+  fuzz_one "$target" &
+  running=$((running + 1))
 done
+while ((running > 0)); do
+  wait -n || broken=$((broken + 1))
+  running=$((running - 1))
+done
+((broken == 0)) || die "$broken of ${#targets[@]} targets broke"
+say "${#targets[@]} targets, nothing found"

@@ -2,7 +2,7 @@
 # Checks what the compiler with its warnings does not: format, the house's rules of who may include what, headers that
 # stand alone, the reference of the exported classes, Clang's lock analysis, clang-tidy, and the scripts themselves.
 #
-#   scripts/lint.sh [CHECK...]      checks: format rules scripts headers docs locks tidy (all of them without one)
+#   scripts/lint.sh [CHECK...]      checks: format rules scripts headers docs tidy (all of them without one)
 #
 # scripts/lint.sh fix formats the sources in place.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -78,7 +78,7 @@ check_headers() {
   done
 }
 
-# The library and the tool under Clang; its lock analysis is among the warnings, which are errors. Makes what clang-tidy reads.
+# What Clang is told of each source of the library, the tool and the samples.
 configure_clang() {
   cmake -S . -B build/lint -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
     -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DNVLIB_BENCH=OFF -DNVLIB_FUZZ=OFF -DNVLIB_TESTS=OFF >build/lint-configure.log 2>&1 && return
@@ -86,28 +86,62 @@ configure_clang() {
   die "configuring build/lint failed"
 }
 
-check_locks() {
-  configure_clang
-  ninja -C build/lint --quiet >build/lint-build.log 2>&1 ||
-    complain "does not compile with Clang and -Wthread-safety" "$(cat build/lint-build.log)"
+# The sources that build/lint compiles, as paths from here.
+compiled() { sed -n "s|^ *\"file\": \"$root/\(.*\)\",\{0,1\}\$|\1|p" build/lint/compile_commands.json | sort -u; }
+
+# judge CHECK: what CHECK says of each source that standard input names. One source a run: a run that dies takes no other
+# source's findings with it. A source of which nothing was said is not asked about again, on this machine, before it or any
+# header, the flags, the rules or an installed package changes.
+judge() {
+  local state
+  state=$({
+    find . -path ./build -prune -o -path ./out -prune -o -name '*.h' -print0 | sort -z | xargs -0 cat .clang-tidy
+    sed "s|$root||g" build/lint/compile_commands.json
+    dpkg-query -W
+  } | sha256sum | cut -c 1-32)
+  passed=${XDG_CACHE_HOME:-$HOME/.cache}/nvlib/lint/$1-$state
+  mkdir -p "$passed"
+  find "${passed%/*}" -mindepth 1 -maxdepth 1 -mtime +14 -exec rm -rf {} +
+  export root passed
+  export -f judge_one tidy syntax
+  xargs -n 1 -P "$cores" bash -c 'judge_one "$@"' judge "$1" | sed "s|$root/||g" | sort -u
 }
 
-# The library, and of the tool what does not wade through the headers of its command line each time.
+judge_one() { # CHECK SOURCE
+  local mark said
+  mark=$passed/$({ printf '%s\n' "$2" && cat "$2"; } | sha256sum | cut -c 1-32)
+  [[ ! -e $mark ]] || return 0
+  if said=$("$1" "$2" 2>&1) && ! grep -qE "^$root/.*(warning|error):" <<<"$said"; then
+    touch "$mark"
+  else
+    grep -E "^($root/.*(warning|error):|error: |PLEASE submit|Stack dump)" <<<"$said" || printf '%s: %s failed\n' "$2" "$1"
+  fi
+}
+
+tidy() { clang-tidy -p build/lint --quiet "$1"; }
+
+# Compiles a source as build/lint would, and makes nothing.
+syntax() {
+  python3 -c 'import json, os, shlex, sys
+command = next(e["command"] for e in json.load(open("build/lint/compile_commands.json")) if e["file"] == sys.argv[1])
+os.execvp(shlex.split(command)[0], shlex.split(command) + ["-fsyntax-only"])' "$root/$1"
+}
+
+# Clang's warnings, its lock analysis among them, come with clang-tidy's own. What wades through the headers of the tool's
+# command line each time is only compiled.
 check_tidy() {
   configure_clang
-  # One unit a run: a run that dies takes no other unit's findings with it, and its own message is a finding.
-  complain "clang-tidy" "$(sed -n "s|^ *\"file\": \"$root/\(.*\)\",\{0,1\}\$|\1|p" build/lint/compile_commands.json |
-    grep -v '^apps/nvtool/[^/]*$' | sort -u | xargs -n 1 -P "$cores" clang-tidy -p build/lint --quiet 2>&1 |
-    grep -E "^($root/.*(warning|error):|error: |PLEASE submit|Stack dump)" | sed "s|$root/||" | sort -u)"
+  complain "clang-tidy" "$(compiled | grep -v '^apps/nvtool/[^/]*$' | judge tidy)"
+  complain "Clang" "$(compiled | grep '^apps/nvtool/[^/]*$' | judge syntax)"
 }
 
 if [[ ${1:-} == fix ]]; then
   clang-format -i "${sources[@]}"
   exit 0
 fi
-(($#)) || set -- format rules scripts headers docs locks tidy
+(($#)) || set -- format rules scripts headers docs tidy
 for check in "$@"; do
-  declare -F "check_$check" >/dev/null || die "no check '$check' (format rules scripts headers docs locks tidy)"
+  declare -F "check_$check" >/dev/null || die "no check '$check' (format rules scripts headers docs tidy)"
   "check_$check"
 done
 ((failures == 0)) || die "$failures kinds of complaint"
