@@ -22,7 +22,7 @@ using namespace NV;
 
 namespace {
 
-constexpr int pieceBytes = 256 << 10;
+constexpr int scanPieceBytes = 256 << 10;
 constexpr i64 worthAHelper = 4 << 20; // bytes of audio
 
 } // namespace
@@ -113,7 +113,7 @@ int CPeakFile::AllocateBuffers()
     const i64 stretchBytes = std::min(totalBytes, cap);
     stretchSectors = std::max<i64>(1, stretchBytes / sectorBytes + (stretchBytes < cap ? 1 : 0));
 
-    const i64 mostBytes = std::min<i64>(cap, pieceBytes);
+    const i64 mostBytes = std::min<i64>(cap, scanPieceBytes);
     const i64 wholeSectors = mostBytes / sectorBytes;
     pieceFrames =
         static_cast<int>(std::max<i64>(1, wholeSectors > 0 ? wholeSectors * sectorSize : mostBytes / FrameBytes()));

@@ -28,7 +28,7 @@ int CWaveFileOverviewWnd::c_nDimming = 130;
 
 namespace {
 
-constexpr int labelDistance = 60, labelledTick = 6, plainTick = 3, tickGap = 5;
+constexpr int overviewLabelDistance = 60, overviewLabelledTick = 6, overviewPlainTick = 3, overviewTickGap = 5;
 constexpr int fullScale = 34'500; // as the chart's
 constexpr int arrowHeight = 5;
 constexpr int pointerOverhang = 4; // to either side of the band
@@ -113,14 +113,14 @@ void CWaveFileOverviewWnd::PaintStrip()
 void CWaveFileOverviewWnd::PaintAxis()
 {
     const CRect band = GetBandRect();
-    const TimeScale scale(GetRowFrames(), soundFile->GetSamplesPerSec(), labelDistance);
+    const TimeScale scale(GetRowFrames(), soundFile->GetSamplesPerSec(), overviewLabelDistance);
     CDibDrawing drawing(strip);
     TimeTick tick{};
-    const int to = band.left - tickGap;
+    const int to = band.left - overviewTickGap;
     for (bool any = scale.First(0, tick); any && tick.frame < GetFileLength(); tick = scale.Next(tick)) {
         const std::string label = tick.labelled ? TimeLabel(tick.time, scale.Decimals()) : std::string();
-        const int y = PosToPixel(tick.frame), length = tick.labelled ? labelledTick : plainTick;
-        const int left = to - labelledTick - 1 - FiguresWidth(label);
+        const int y = PosToPixel(tick.frame), length = tick.labelled ? overviewLabelledTick : overviewPlainTick;
+        const int left = to - overviewLabelledTick - 1 - FiguresWidth(label);
         if (left < 0)
             continue;
         drawing.Horizontal(y, to - length + 1, to, c_clrAxis);

@@ -34,9 +34,9 @@ int CWaveFileOverviewWnd::c_nRefCount = 0;
 namespace {
 
 constexpr int axisWidth = 46, bandWidth = 64, sideMargin = 6, endMargin = 10; // the ends leave room for the arrows
-constexpr int grip = 4;      // pixels to either side of the frame's ends that catch them
-constexpr int stillness = 3; // pixels that a click may move by
-constexpr int wheelParts = 8;
+constexpr int grip = 4;               // pixels to either side of the frame's ends that catch them
+constexpr int stillness = 3;          // pixels that a click may move by
+constexpr int overviewWheelParts = 8; // a notch moves the frame by this part of its height
 
 } // namespace
 
@@ -316,7 +316,7 @@ BOOL CWaveFileOverviewWnd::OnMouseWheel(UINT, short delta, CPoint)
     const int notches = wheelRest / WHEEL_DELTA;
     wheelRest -= notches * WHEEL_DELTA;
     if (notches != 0)
-        MoveFrame(frameFirst - notches * std::max<i64>((frameLast - frameFirst) / wheelParts, 1));
+        MoveFrame(frameFirst - notches * std::max<i64>((frameLast - frameFirst) / overviewWheelParts, 1));
     return TRUE;
 }
 

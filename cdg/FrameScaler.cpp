@@ -10,7 +10,7 @@ namespace CDGEmulator {
 
 namespace {
 
-constexpr int screenWidth = CCDGEmulator::screenWidth, screenHeight = CCDGEmulator::screenHeight;
+constexpr int sourceWidth = CCDGEmulator::screenWidth, sourceHeight = CCDGEmulator::screenHeight;
 
 // As pictures store it, with full alpha.
 u32 Stored(COLORREF colour)
@@ -21,9 +21,9 @@ u32 Stored(COLORREF colour)
 // The largest place in the middle with the screen's proportions; its corner is at even pixels, as videos like it.
 CRect PlaceFor(int width, int height)
 {
-    const bool wide = i64{width} * screenHeight >= i64{height} * screenWidth;
-    const int w = wide ? (height * screenWidth + screenHeight / 2) / screenHeight : width;
-    const int h = wide ? height : (width * screenHeight + screenWidth / 2) / screenWidth;
+    const bool wide = i64{width} * sourceHeight >= i64{height} * sourceWidth;
+    const int w = wide ? (height * sourceWidth + sourceHeight / 2) / sourceHeight : width;
+    const int h = wide ? height : (width * sourceHeight + sourceWidth / 2) / sourceWidth;
     const int left = (width - w) / 2 & ~1, top = (height - h) / 2 & ~1;
     return CRect(left, top, left + w, top + h);
 }
@@ -59,13 +59,13 @@ bool CFrameScaler::Create(const Settings& wanted)
 CRect CFrameScaler::Update(const CDib& screen, COLORREF margin)
 {
     const int bytes = screen.GetBitCount() / 8;
-    if (!scaler || (bytes != 3 && bytes != 4) || screen.GetWidth() != screenWidth || screen.GetHeight() != screenHeight)
+    if (!scaler || (bytes != 3 && bytes != 4) || screen.GetWidth() != sourceWidth || screen.GetHeight() != sourceHeight)
         return CRect(0, 0, 0, 0);
     constexpr int left = CCDGEmulator::visibleLeft, right = left + CCDGEmulator::visibleWidth;
     constexpr int top = CCDGEmulator::visibleTop, bottom = top + CCDGEmulator::visibleHeight;
-    for (int y = 0; y < screenHeight; ++y) {
+    for (int y = 0; y < sourceHeight; ++y) {
         u32* to = scaler->Row(y);
-        std::fill(to, to + screenWidth, Stored(margin));
+        std::fill(to, to + sourceWidth, Stored(margin));
         if (y < top || y >= bottom)
             continue;
         const u8* from = screen.GetRow(y) + left * bytes;

@@ -16,7 +16,6 @@ using NV::ChildStreams;
 using NV::PipeSink;
 using NV::PipeSource;
 using NV::Worker;
-using std::chrono::milliseconds;
 
 namespace {
 
@@ -24,7 +23,7 @@ constexpr int kPollTime = 20;     // milliseconds between two cancel checks
 constexpr int kAnswerTime = 250;  // for the "q"
 constexpr int kRequestTime = 300; // for the system's own request to end
 constexpr int kKillTime = 2000;   // only a system that hangs itself takes that long
-constexpr milliseconds kReaderTime{1000};
+constexpr std::chrono::milliseconds kReaderTime{1000};
 constexpr int kPiece = 65536; // bytes read at a time
 
 class ChildInput final : public CConsoleOutputReader::Input {
@@ -94,7 +93,7 @@ public:
         StopInput();
         const auto until = std::chrono::steady_clock::now() + kReaderTime;
         for (Worker& reader : readers)
-            reader.WaitFor(duration_cast<milliseconds>(until - std::chrono::steady_clock::now()));
+            reader.WaitFor(duration_cast<std::chrono::milliseconds>(until - std::chrono::steady_clock::now()));
         output->Stop();
         errors->Stop();
         for (Worker& reader : readers)
@@ -166,7 +165,7 @@ bool CConsoleOutputReader::Run(const std::string& commandLine, const LineHandler
     while (!session.Wait(kPollTime)) {
         if (checkForCancel && checkForCancel() != 0)
             outcome = Outcome::cancelled;
-        else if (settings.timeLimit > 0 && Clock::now() - start >= milliseconds(settings.timeLimit))
+        else if (settings.timeLimit > 0 && Clock::now() - start >= std::chrono::milliseconds(settings.timeLimit))
             outcome = Outcome::timedOut;
         if (outcome != Outcome::ended) {
             session.EndChild();

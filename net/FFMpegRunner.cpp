@@ -18,7 +18,7 @@ namespace {
 constexpr std::size_t kLongestTail = 65536; // of a report without line breaks; ffmpeg's lines have a few dozen bytes
 
 // The number that a text begins with, as the C library's conversion reads it; 0 without one.
-int LeadingNumber(std::string_view text)
+int NumberOrZero(std::string_view text)
 {
     const std::size_t start = text.find_first_not_of(" \t\n\v\f\r");
     if (start == std::string_view::npos)
@@ -53,11 +53,11 @@ double CFFMpegRunner::GetTimeFromTimeString(std::string_view text)
         return -1.0;
     if (text.size() < colon + 8)
         throw std::out_of_range("a time text is too short");
-    const int hours = LeadingNumber(text.substr(0, colon));
-    const int minutes = LeadingNumber(text.substr(colon + 1, 2));
-    const int seconds = LeadingNumber(text.substr(colon + 4, 2));
+    const int hours = NumberOrZero(text.substr(0, colon));
+    const int minutes = NumberOrZero(text.substr(colon + 1, 2));
+    const int seconds = NumberOrZero(text.substr(colon + 4, 2));
     // Kept as is: two digits, however many there are.
-    const int hundredths = LeadingNumber(text.substr(colon + 7, 2));
+    const int hundredths = NumberOrZero(text.substr(colon + 7, 2));
     return hours * 3600.0 + minutes * 60.0 + seconds + hundredths / 100.0;
 }
 

@@ -9,7 +9,6 @@
 namespace NV {
 namespace {
 
-constexpr std::size_t longestRecord = 4 << 20;
 constexpr u32 idTail = 0xFFFFFF;
 /// File systems stamp in steps of up to this; a folder that changed later may change once more within the same stamp.
 constexpr i64 secondsToSettle = 2;

@@ -1,6 +1,7 @@
 // Range files: many records in one file, each behind a line "#FILENAME=9a0bed0d". See LocalTree.h.
 #include "LocalTree.h"
 
+#include "RecordReader.h"
 #include "TextParts.h"
 #include "audio/FileCalls.h"
 
@@ -13,7 +14,6 @@ namespace {
 
 constexpr std::string_view mark = "FILENAME=";
 constexpr std::size_t pieceSize = 32 << 10; // larger ones make the heap grow and shrink with every file
-constexpr std::size_t longestRecord = 4 << 20;
 
 /// Goes through the file with as much of it in memory as is needed.
 class RangeReader {

@@ -4,11 +4,15 @@
 
 #include "CDDBTypes.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace NV {
+
+/// Bytes; what is longer is taken for no record.
+inline constexpr std::size_t longestRecord = 4 << 20;
 
 /// Comments count up to the first line with a key: the header stands at the top. Reads the lines of one record into
 /// `record`, which is empty unless true is returned: the header, an offset, the length, the client, the id and the

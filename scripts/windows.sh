@@ -148,39 +148,52 @@ excluded() { sed -nE 's/^([^#[:space:]]+)[[:space:]].*/\1/p' "$root/tests/window
 # closing_count LOG: the number in the closing line of a test program, nothing when the line is not there.
 closing_count() { tr -d '\r' <"$1" | sed -nE 's/^\[  PASSED  \] ([0-9]+) tests?\.$/\1/p; s/^([0-9]+) inputs$/\1/p' | tail -n 1; }
 
-# Runs where Wine is. The closing line has to be read: an exit code of 0 does not prove that anything ran.
+# run_program PROGRAM FILTER: one test program, its count and what it skipped in files beside its log. The closing line has
+# to be read: an exit code of 0 does not prove that anything ran.
+run_program() {
+  local name log ran='' start=$SECONDS
+  local -a call
+  name=$(basename "$1" .exe)
+  log=$logs/$name.log
+  call=(wine "$1" --gtest_color=no "--gtest_filter=-$2")
+  [[ $name != *_fuzz ]] || call=(wine "$1" "$root/fuzz/corpus/${name%_fuzz}")
+  [[ $name != platform_tests ]] ||
+    call=(env "ALSA_CONFIG_PATH=$logs/recording-device.conf" "NVLIB_SOUND_RECORDING=Z:$logs/heard.raw" "${call[@]}")
+  if timeout 600 "${call[@]}" >"$log" 2>&1 </dev/null; then
+    ran=$(closing_count "$log")
+  fi
+  if [[ -z $ran ]]; then
+    tr -d '\r' <"$log" | grep -vE '^\[ +(RUN|OK) |^\[-----' | tail -n 60 >&2
+    say "$name FAILED; its whole output: $log" >&2
+    return
+  fi
+  tr -d '\r' <"$log" | sed -nE 's/^\[  SKIPPED \] ([^ ]+) \(.*/\1/p' >"$logs/$name.skipped"
+  printf '%s\n' "$ran" >"$logs/$name.count"
+  say "$name: $ran passed in $((SECONDS - start)) s"
+}
+
+# Runs where Wine is: the programs that open windows one after the other, since they share a screen, the others beside them.
 run_windows_tests() {
-  local filter=$1 program name log ran start total=0 failures=0
-  local -a call skipped=()
+  local filter=$1 program total
+  local -a programs windows=() others=() skipped
   cd "$logs"
   wine wineboot >/dev/null 2>&1 # the first program would wait for it
   # A sound device that records, for the one that compares; it takes no time, which others measure.
-  local recording=$logs/heard.raw
-  printf 'pcm.nothing { type null }\npcm.!default { type file slave.pcm nothing format raw file "%s" }\n' "$recording" \
+  printf 'pcm.nothing { type null }\npcm.!default { type file slave.pcm nothing format raw file "%s" }\n' "$logs/heard.raw" \
     >recording-device.conf
-  for program in "$out"/bin/*_tests.exe "$out"/bin/*_fuzz.exe; do
-    name=$(basename "$program" .exe)
-    log=$logs/$name.log
-    start=$SECONDS
-    call=(wine "$program" --gtest_color=no "--gtest_filter=-$filter")
-    [[ $name != *_fuzz ]] || call=(wine "$program" "$root/fuzz/corpus/${name%_fuzz}")
-    [[ $name != platform_tests ]] ||
-      call=(env "ALSA_CONFIG_PATH=$logs/recording-device.conf" "NVLIB_SOUND_RECORDING=Z:$recording" "${call[@]}")
-    ran=''
-    if timeout 600 "${call[@]}" >"$log" 2>&1 </dev/null; then
-      ran=$(closing_count "$log")
-    fi
-    if [[ -z $ran ]]; then
-      tr -d '\r' <"$log" | grep -vE '^\[ +(RUN|OK) |^\[-----' | tail -n 60 >&2
-      say "$name FAILED; its whole output: $log" >&2
-      failures=$((failures + 1))
-      continue
-    fi
-    say "$name: $ran passed in $((SECONDS - start)) s"
-    total=$((total + ran))
-    mapfile -t -O "${#skipped[@]}" skipped < <(tr -d '\r' <"$log" | sed -nE 's/^\[  SKIPPED \] ([^ ]+) \(.*/\1/p')
+  programs=("$out"/bin/*_tests.exe "$out"/bin/*_fuzz.exe)
+  for program in "${programs[@]}"; do
+    case $(basename "$program") in
+      afx_* | audio_* | image_* | net_* | nvtool_*) windows+=("$program") ;;
+      *) others+=("$program") ;;
+    esac
   done
-  ((failures == 0)) || die "$failures of the test programs failed under Wine"
+  for program in "${others[@]}"; do run_program "$program" "$filter"; done &
+  for program in "${windows[@]}"; do run_program "$program" "$filter"; done
+  wait
+  mapfile -t skipped < <(cat ./*.skipped)
+  total=$(($(cat ./*.count | paste -sd +)))
+  [[ $(find . -name '*.count' | wc -l) -eq ${#programs[@]} ]] || die "test programs failed under Wine"
   ((total > 0)) || die "no test ran"
   ((${#skipped[@]} == 0)) || say "Not possible here: ${skipped[*]}"
   say "100% tests passed under 32-bit Wine: $total tests and corpus inputs, ${#skipped[@]} skipped, left out: ${filter//:/ }"

@@ -16,7 +16,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Options {
+struct CddbArguments {
     std::string server, path, proxy, proxyUser, proxyPassword;
     bool https = false, verify = false, json = false;
     u32 timeout = 2000;
@@ -41,7 +41,7 @@ void SplitHost(const std::string& text, CString& host, i32& port)
 // A client and a site as the options have them. Over HTTPS the port is a part of the host.
 class Session {
 public:
-    explicit Session(const Options& given, CCDDBSite::Purpose purpose = CCDDBSite::retrieval)
+    explicit Session(const CddbArguments& given, CCDDBSite::Purpose purpose = CCDDBSite::retrieval)
         : site(purpose), options(given)
     {
         client.SetTimeout(options.timeout);
@@ -77,15 +77,15 @@ public:
     CCDDBSite site;
 
 private:
-    const Options& options;
+    const CddbArguments& options;
 };
 
-std::string Text(const CString& text, const Options& options)
+std::string Text(const CString& text, const CddbArguments& options)
 {
     return Readable({text.GetString(), size_t(text.GetLength())}, options.encoding);
 }
 
-void Query(const Options& options)
+void Query(const CddbArguments& options)
 {
     Session session(options);
     const std::vector<Disc> discs = ReadDiscs(options.disc);
@@ -112,7 +112,7 @@ void Query(const Options& options)
         PrintJson(json);
 }
 
-void Read(const Options& options)
+void Read(const CddbArguments& options)
 {
     u32 id = 0;
     if (!ParseDiscId(options.discId, id))
@@ -124,7 +124,7 @@ void Read(const Options& options)
     options.json ? PrintJson(RecordJson(record, options.encoding)) : PrintRecord(record, options.encoding);
 }
 
-void Sites(const Options& options)
+void Sites(const CddbArguments& options)
 {
     Session session(options);
     std::vector<CCDDBSite> sites;
@@ -147,7 +147,7 @@ void Sites(const Options& options)
         PrintJson(json);
 }
 
-void Categories(const Options& options)
+void Categories(const CddbArguments& options)
 {
     Session session(options);
     std::vector<CString> categories;
@@ -162,7 +162,7 @@ void Categories(const Options& options)
         PrintJson(json);
 }
 
-void Status(const Options& options)
+void Status(const CddbArguments& options)
 {
     Session session(options);
     CCDDBStatus status;
@@ -194,7 +194,7 @@ void Status(const Options& options)
     }
 }
 
-void Motd(const Options& options)
+void Motd(const CddbArguments& options)
 {
     Session session(options);
     CString text;
@@ -205,7 +205,7 @@ void Motd(const Options& options)
     std::fputs(Text(text, options).c_str(), stdout);
 }
 
-void Submit(const Options& options)
+void Submit(const CddbArguments& options)
 {
     RequireReadable(options.record);
     std::ifstream file(options.record, std::ios::binary);
@@ -223,7 +223,7 @@ void Submit(const Options& options)
 }
 
 CLI::App& AddCommand(CLI::App& cddb, const char* name, const char* arguments, const char* what,
-                     const std::shared_ptr<Options>& options, void (*run)(const Options&))
+                     const std::shared_ptr<CddbArguments>& options, void (*run)(const CddbArguments&))
 {
     CLI::App& command = *cddb.add_subcommand(name, what);
     command.add_option("--server", options->server, "The server, with its port when that is another than usual")
@@ -245,7 +245,7 @@ CLI::App& AddCommand(CLI::App& cddb, const char* name, const char* arguments, co
     return command;
 }
 
-void AddHttps(CLI::App& command, Options& options)
+void AddHttps(CLI::App& command, CddbArguments& options)
 {
     command.add_flag("--https", options.https, "Ask over HTTPS");
     command.add_flag("--verify", options.verify, "Demand a certificate that this machine trusts");
@@ -255,7 +255,7 @@ void AddHttps(CLI::App& command, Options& options)
 
 void AddCddb(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<CddbArguments>();
     CLI::App& cddb = *app.add_subcommand("cddb", "Look discs up in CDDB servers and in a local database");
     cddb.require_subcommand(1);
     CLI::App& query =

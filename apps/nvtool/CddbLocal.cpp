@@ -14,7 +14,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Options {
+struct CddbLocalArguments {
     std::string db;
     DiscOptions discs;
     bool all = false, json = false;
@@ -22,7 +22,7 @@ struct Options {
     std::string archive, url, folder;
 };
 
-std::string DatabaseFolder(const Options& options)
+std::string DatabaseFolder(const CddbLocalArguments& options)
 {
     const std::string folder = options.db.empty() ? CCDDB::GetLocalDBPath().GetString() : options.db;
     std::error_code ignored;
@@ -43,7 +43,7 @@ std::vector<CCDDBRecord> LookUp(CCDDB& client, const std::string& folder, const 
     return records;
 }
 
-void Local(const Options& options)
+void Local(const CddbLocalArguments& options)
 {
     const std::string folder = DatabaseFolder(options);
     const std::vector<Disc> discs = ReadDiscs(options.discs);
@@ -71,7 +71,7 @@ void Local(const Options& options)
         throw Error(folder, "holds no record of " + std::string(missing == 1 ? "this disc" : "any of these discs"));
 }
 
-void Unpack(const Options& options)
+void Unpack(const CddbLocalArguments& options)
 {
     RequireReadable(options.archive);
     Progress progress("unpacking", 1000);
@@ -85,7 +85,7 @@ void Unpack(const Options& options)
     std::printf("%s is now the local database\n", PathText(path.GetString()).c_str());
 }
 
-void Download(const Options& options)
+void Download(const CddbLocalArguments& options)
 {
     Progress progress("fetching", 1000);
     CCDDB::c_szLocalDBURL = options.url.c_str();
@@ -103,7 +103,7 @@ void Download(const Options& options)
 
 void AddCddbLocal(CLI::App& cddb)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<CddbLocalArguments>();
     CLI::App& local = *cddb.add_subcommand("local", "Look discs up in a local database");
     local.add_option("--db", options->db, "Its folder; without it the one that was unpacked last")->type_name("DIR");
     AddDiscOptions(local, options->discs, true);

@@ -14,7 +14,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Options {
+struct CleanArguments {
     std::string file;
     bool json = false;
 };
@@ -31,7 +31,7 @@ std::vector<std::pair<int, int>> Ranges(const std::vector<i32>& packs)
     return ranges;
 }
 
-void Run(const Options& options)
+void RunClean(const CleanArguments& options)
 {
     CatchInterrupts();
     Analysis analysis(options.file);
@@ -59,7 +59,7 @@ void Run(const Options& options)
 
 void AddClean(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<CleanArguments>();
     CLI::App& command = *app.add_subcommand("clean", "List where the screen is clean, fit for a cut");
     command.add_option("FILE", options->file, "CD+G file or disc image")->required()->type_name("");
     AddJsonFlag(command, options->json);
@@ -67,7 +67,7 @@ void AddClean(CLI::App& app)
         "\nClean is a screen whose pixels all have colour 0, whatever that colour is. Each range gives the first\n"
         "and the last pack before which the screen is clean, and the times at which they are due.\n\n"
         "Example:\n  nvtool clean track.bin --json");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunClean(*options); });
 }
 
 } // namespace nvtool

@@ -11,13 +11,13 @@ namespace nvtool {
 
 namespace {
 
-struct Options {
+struct CompareArguments {
     std::string a, b;
     int sameBits = kSameBits;
     bool json = false;
 };
 
-void Run(const Options& options)
+void RunCompare(const CompareArguments& options)
 {
     const PrintMatch match = Match(Print::OfAny(options.a), Print::OfAny(options.b), options.sameBits);
     if (options.json) {
@@ -40,7 +40,7 @@ void Run(const Options& options)
 
 void AddCompare(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<CompareArguments>();
     CLI::App& command = *app.add_subcommand("compare", "Tell whether two streams show the same graphics");
     command.add_option("A", options->a, "CD+G file, disc image or thumbprint file")->required()->type_name("");
     command.add_option("B", options->b, "The other one")->required()->type_name("");
@@ -50,7 +50,7 @@ void AddCompare(CLI::App& app)
         "\nCompares what is set on the screen every 20 seconds, not the colours. When one goes on for longer\n"
         "than the other, what it shows then counts as differing. The exit code says nothing of the result.\n\n"
         "Example:\n  nvtool compare track.bin other.cdg");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunCompare(*options); });
 }
 
 } // namespace nvtool

@@ -11,12 +11,12 @@ namespace nvtool {
 
 namespace {
 
-struct Options {
+struct DiscIdArguments {
     DiscOptions discs;
     bool json = false;
 };
 
-void Run(const Options& options)
+void RunDiscId(const DiscIdArguments& options)
 {
     nlohmann::ordered_json json = nlohmann::ordered_json::array();
     for (const Disc& disc : ReadDiscs(options.discs)) {
@@ -37,7 +37,7 @@ void Run(const Options& options)
 
 void AddDiscId(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<DiscIdArguments>();
     CLI::App& command =
         *app.add_subcommand("disc-id", "Tell the CDDB id of a disc, of an image or of the disc in a drive");
     AddDiscOptions(command, options->discs, false);
@@ -45,7 +45,7 @@ void AddDiscId(CLI::App& app)
     command.footer("\nPrints the id and the frames where the tracks begin, a line a disc, as 'nvtool cddb local "
                    "--list' takes them.\n\n"
                    "Examples:\n  nvtool disc-id 0:02:00 4:10:33 61:02:10\n  nvtool disc-id --image album.cue");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunDiscId(*options); });
 }
 
 } // namespace nvtool

@@ -15,7 +15,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Options {
+struct FindArguments {
     std::string file;
     std::vector<std::string> folders;
     std::string cache;
@@ -30,7 +30,7 @@ struct Findings {
     int streams = 0, cached = 0;
 };
 
-fs::path CacheFolder(const Options& options)
+fs::path CacheFolder(const FindArguments& options)
 {
     if (options.noCache)
         return {};
@@ -44,7 +44,7 @@ bool IsTheFileItself(const fs::path& a, const fs::path& b)
     return fs::equivalent(a, b, failure) && !failure;
 }
 
-void Run(const Options& options)
+void RunFind(const FindArguments& options)
 {
     CatchInterrupts();
     const PrintCache cache(CacheFolder(options));
@@ -87,7 +87,7 @@ void Run(const Options& options)
 
 void AddFind(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<FindArguments>();
     CLI::App& command = *app.add_subcommand("find", "Find the streams that show the same graphics as a given one");
     command.add_option("FILE", options->file, "CD+G file, disc image or thumbprint file")->required()->type_name("");
     command.add_option("DIR", options->folders, "Folders to look through, or streams")->required()->type_name("");
@@ -104,7 +104,7 @@ void AddFind(CLI::App& app)
         "\nThumbprints are kept for the next time, until a stream's path, size or time changes. FILE itself is\n"
         "not listed.\n" +
         std::string(kBatchHelp) + "\nExample:\n  nvtool find track.bin songs more-songs");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunFind(*options); });
 }
 
 } // namespace nvtool

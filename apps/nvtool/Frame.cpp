@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Options {
+struct FrameArguments {
     std::string file, output;
     std::vector<std::string> times;
     bool visible = false;
@@ -36,7 +36,7 @@ fs::path NumberedPath(const fs::path& output, size_t i, size_t count)
     return path;
 }
 
-void Run(const Options& options)
+void RunFrame(const FrameArguments& options)
 {
     const std::vector<double> times = ParseTimes(options.times, "--at");
     GraphicsInput input(options.file);
@@ -74,7 +74,7 @@ void Run(const Options& options)
 
 void AddFrame(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<FrameArguments>();
     CLI::App& command = *app.add_subcommand("frame", "Save the screen at one or more times as PNG pictures");
     command.add_option("FILE", options->file, "CD+G file or disc image")->required()->type_name("");
     command.add_option("--at", options->times, "Time in seconds (90.5) or minutes (1:30.5); any number of times")
@@ -92,7 +92,7 @@ void AddFrame(CLI::App& app)
                    "order of the times: p.png becomes p-1.png, p-2.png and so on.\n\n"
                    "Examples:\n  nvtool frame track.cdg --at 83.5 -o page.png --scale 2\n"
                    "  nvtool frame track.bin --at 0:30 --at 1:00 --at 1:30 -o p.png");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunFrame(*options); });
 }
 
 } // namespace nvtool

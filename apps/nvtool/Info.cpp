@@ -17,7 +17,7 @@ namespace nvtool {
 
 namespace {
 
-struct Options {
+struct InfoArguments {
     std::string file;
     bool json = false;
 };
@@ -151,7 +151,7 @@ nlohmann::ordered_json ToJson(const Facts& facts, const std::string& file)
     return json;
 }
 
-void Print(const Facts& facts, const std::string& file)
+void PrintInfo(const Facts& facts, const std::string& file)
 {
     std::printf("%s: %s\n", file.c_str(), facts.kindText.c_str());
     std::printf("  %-22s %llu bytes", "size", facts.identity.length);
@@ -173,13 +173,13 @@ void Print(const Facts& facts, const std::string& file)
         std::printf("  %-22s %s\n", "remark", remark.c_str());
 }
 
-void Run(const Options& options)
+void RunInfo(const InfoArguments& options)
 {
     const Facts facts = Gather(options.file);
     if (options.json)
         PrintJson(ToJson(facts, options.file));
     else
-        Print(facts, options.file);
+        PrintInfo(facts, options.file);
     if (!facts.failure.empty())
         throw Error(options.file, facts.failure);
 }
@@ -188,7 +188,7 @@ void Run(const Options& options)
 
 void AddInfo(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<InfoArguments>();
     CLI::App& command = *app.add_subcommand("info", "Tell what a file is by its contents, and what is in it");
     command.add_option("FILE", options->file, "Any file")->required()->type_name("");
     AddJsonFlag(command, options->json);
@@ -196,7 +196,7 @@ void AddInfo(CLI::App& app)
                    "scroll offsets or margins. Tiles drawn over equal ones and repeated presets are no change.\n"
                    "For an empty or unknown file the report is printed, and the exit code is 1.\n\n"
                    "Example:\n  nvtool info track.bin --json");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunInfo(*options); });
 }
 
 } // namespace nvtool

@@ -12,8 +12,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kOpenToRead = CFile::modeRead | CFile::shareDenyNone;
-
 std::string ErrorText(const CFileException& error)
 {
     char text[256];

@@ -5,10 +5,13 @@
 #include "CDGRenderer.h"
 #include "StreamInfo.h"
 
+#include <afx.h>
 #include <filesystem>
 #include <string>
 
 namespace nvtool {
+
+constexpr int kOpenToRead = CFile::modeRead | CFile::shareDenyNone;
 
 // Checks that the file can be read and tells what it is. Zeros fit every kind: for a file of nothing else the name's
 // ending and the length decide. Throws Error.

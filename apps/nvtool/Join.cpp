@@ -22,7 +22,7 @@ namespace {
 
 constexpr i64 kFramesPerSector = kSectorAudioSize / 4;
 
-struct Options {
+struct JoinArguments {
     std::string track, wav, cdg;
     bool json = false;
 };
@@ -102,7 +102,7 @@ bool HoldsGraphics(const fs::path& image, const fs::path& cdg)
 }
 
 // Says what has to be filled up so that sound and graphics have the same number of sectors.
-void TellPadding(const Options& options, i64 frames, i64 soundSectors, i64 graphicsSectors, int restBytes)
+void TellPadding(const JoinArguments& options, i64 frames, i64 soundSectors, i64 graphicsSectors, int restBytes)
 {
     if (soundSectors > graphicsSectors)
         Warn(options.cdg, "ends " + TimeText(SectorSeconds(soundSectors - graphicsSectors)) +
@@ -116,7 +116,7 @@ void TellPadding(const Options& options, i64 frames, i64 soundSectors, i64 graph
         Warn(options.cdg, "ends within a record of four packs: the rest of that record is empty");
 }
 
-void Run(const Options& options)
+void RunJoin(const JoinArguments& options)
 {
     const StreamIdentity identity = Identify(options.cdg);
     if (identity.kind != StreamKind::Graphics)
@@ -159,7 +159,7 @@ void Run(const Options& options)
 
 void AddJoin(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<JoinArguments>();
     CLI::App& command = *app.add_subcommand("join", "Put a WAV file and a CD+G file together into a disc image");
     command.add_option("TRACK", options->track, "Disc image to write")->required()->type_name("");
     command
@@ -172,7 +172,7 @@ void AddJoin(CLI::App& app)
     command.footer("\nThe shorter one of the two is filled up, with silence or with empty packs.\n"
                    "What 'nvtool split' made of a whole image gives that image again, byte for byte.\n\n"
                    "Example:\n  nvtool join --wav track.wav --cdg track.cdg track.bin");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunJoin(*options); });
 }
 
 } // namespace nvtool

@@ -20,7 +20,7 @@ namespace {
 constexpr int kMaxPoints = 1'000'000;
 constexpr int kEightBitCentre = 128;
 
-struct Options {
+struct LevelsArguments {
     std::string file;
     int points = 1000;
     bool json = false;
@@ -35,7 +35,7 @@ std::vector<int> Unpack(const std::vector<i16>& values, size_t count, bool eight
     return unpacked;
 }
 
-void Print(const CSoundFile& sound, const Levels& levels)
+void PrintLevels(const CSoundFile& sound, const Levels& levels)
 {
     std::printf("%12s", "from");
     for (int c = 0; c < levels.channels; ++c)
@@ -51,7 +51,7 @@ void Print(const CSoundFile& sound, const Levels& levels)
     }
 }
 
-void Run(const Options& options)
+void RunLevels(const LevelsArguments& options)
 {
     const auto sound = OpenSound(options.file);
     const Levels levels = MeasureLevels(*sound, options.points);
@@ -60,7 +60,7 @@ void Run(const Options& options)
                                       std::to_string(2 * CPeakFile::c_nPFSectorSize) + " frames a point; this is " +
                                       FormatText(sound->GetFormat()));
     if (!options.json)
-        return Print(*sound, levels);
+        return PrintLevels(*sound, levels);
     ordered_json json = {{"file", options.file},
                          {"sound", FormatJson(DescribeSound(*sound))},
                          {"framesPerPoint", levels.framesPerPoint},
@@ -110,7 +110,7 @@ Levels MeasureLevels(CSoundFile& sound, int points)
 
 void AddLevels(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<LevelsArguments>();
     CLI::App& command = *app.add_subcommand("levels", "List the lowest and highest samples of a recording");
     command.add_option("AUDIO", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("--points", options->points, "Points over the whole recording, each of as many frames")
@@ -118,7 +118,7 @@ void AddLevels(CLI::App& app)
         ->capture_default_str();
     AddJsonFlag(command, options->json);
     command.footer("\nExample:\n  nvtool levels track.wav --points 500 --json");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunLevels(*options); });
 }
 
 } // namespace nvtool

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Options {
+struct MakeSampleArguments {
     std::string image, wav, cdg;
     int seconds = 120;
     u32 seed = 1;
@@ -71,7 +71,7 @@ private:
     CWaveFile wave;
 };
 
-void RefuseSameOutputs(const Options& options)
+void RefuseSameOutputs(const MakeSampleArguments& options)
 {
     const std::string* names[] = {&options.image, &options.wav, &options.cdg};
     for (size_t i = 0; i < std::size(names); ++i) {
@@ -82,7 +82,7 @@ void RefuseSameOutputs(const Options& options)
     }
 }
 
-void Run(const Options& options)
+void RunMakeSample(const MakeSampleArguments& options)
 {
     RefuseSameOutputs(options);
     Stream image(options.image);
@@ -143,7 +143,7 @@ void Run(const Options& options)
 
 void AddMakeSample(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<MakeSampleArguments>();
     CLI::App& command = *app.add_subcommand("make-sample", "Make a karaoke track to try things on");
     command.add_option("TRACK", options->image, "disc image to write")->required()->type_name("");
     command.add_option("--seconds", options->seconds, "length of the track, 5 to 3600 seconds")
@@ -159,7 +159,7 @@ void AddMakeSample(CLI::App& app)
     command.footer("\nThe tune, its words and the pictures are made up by this program and free of anybody's rights.\n"
                    "There are pages of words that light up as they are sung, a break, and a landscape rolling by.\n\n"
                    "Example:\n  nvtool make-sample track.bin --seconds 90 --seed 7");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunMakeSample(*options); });
 }
 
 } // namespace nvtool

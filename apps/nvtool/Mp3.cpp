@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Options {
+struct Mp3Arguments {
     std::string input, output;
     Mp3Options mp3;
 };
@@ -38,7 +38,7 @@ bool IsEncodable(const CSoundFile& sound)
     return file.IsEncodable();
 }
 
-void Run(const Options& options)
+void RunMp3(const Mp3Arguments& options)
 {
     CatchInterrupts();
     RequireMp3Encoder();
@@ -112,7 +112,7 @@ void MakeMp3(const std::function<std::unique_ptr<CSoundFile>()>& open, const fs:
 
 void AddMp3(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<Mp3Arguments>();
     CLI::App& command = *app.add_subcommand("mp3", "Encode a recording as MP3");
     command.add_option("IN", options->input, kSoundHelp)->required()->type_name("");
     command.add_option("-o,--output", options->output, "MP3 file to make")->required()->type_name("FILE");
@@ -120,7 +120,7 @@ void AddMp3(CLI::App& app)
     command.footer(
         "\nThe encoder is a module, lame_enc, that lies beside this program. Ctrl-C leaves no file.\n\n"
         "Examples:\n  nvtool mp3 track.bin -o track.mp3\n  nvtool mp3 track.wav -o track.mp3 --vbr 2 --jobs 2");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunMp3(*options); });
 }
 
 } // namespace nvtool

@@ -17,8 +17,7 @@ namespace {
 using Emulator = CDGEmulator::CCDGEmulator;
 
 constexpr int kSampleEvery = kPacksPerSecond / 4;
-constexpr int kMinEdges = 24;    // less is a stray dot, not a page
-constexpr int kMinContrast = 48; // of 240: less cannot be read
+constexpr int kMinEdges = 24; // less is a stray dot, not a page
 
 // What a viewer sees, measured.
 struct Sight {

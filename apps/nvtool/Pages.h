@@ -20,6 +20,7 @@ struct PageList {
 };
 
 constexpr size_t kMaxPages = 400;
+constexpr int kMinContrast = 48; // of 240: less cannot be read
 
 // Plays the whole stream, with a progress bar. A page ends when a Memory Preset erases the screen, when half of it has
 // vanished by other means (faded out, wiped, painted over), or at the end of the stream. It is shown as it was just

@@ -16,7 +16,7 @@ namespace nvtool {
 
 namespace {
 
-struct Options {
+struct PaletteArguments {
     std::string file, time;
     bool json = false;
 };
@@ -34,7 +34,7 @@ PaletteTexts PaletteAt(CCDGAnalyzer& analyzer, int pack)
     return PaletteOf(emulator);
 }
 
-void Run(const Options& options)
+void RunPalette(const PaletteArguments& options)
 {
     const double seconds = ParseTime(options.time, "--at");
     CatchInterrupts();
@@ -69,7 +69,7 @@ PaletteTexts PaletteOf(const CDGEmulator::CCDGEmulator& emulator)
 
 void AddPalette(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<PaletteArguments>();
     CLI::App& command = *app.add_subcommand("palette", "List the sixteen colours at a time");
     command.add_option("FILE", options->file, "CD+G file or disc image")->required()->type_name("");
     command.add_option("--at", options->time, "Time in seconds (90.5) or minutes (1:30.5)")
@@ -80,7 +80,7 @@ void AddPalette(CLI::App& app)
         "\nColours are given as #rgb, a hexadecimal digit each for red, green and blue. They are those of the\n"
         "last colour loads up to this time; a half that was not loaded yet is black.\n\n"
         "Example:\n  nvtool palette track.bin --at 1:30");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunPalette(*options); });
 }
 
 } // namespace nvtool

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Options {
+struct PeaksArguments {
     std::string file;
     int sectorSize = CPeakFile::c_nPFSectorSize;
     bool json = false;
@@ -31,10 +31,10 @@ private:
     std::optional<Progress> bar;
 };
 
-enum class Outcome { Fresh, Made };
+enum class PeakState { Fresh, Made };
 
 // A file that is there and young enough is kept. One that turns out to be no peak file is gone after the first attempt.
-Outcome MakePeaks(CPeakFile& peaks, CSoundFile& sound, const Options& options)
+PeakState MakePeaks(CPeakFile& peaks, CSoundFile& sound, const PeaksArguments& options)
 {
     const fs::path place = fs::path(CPeakFile::CreatePeakFilename(options.file.c_str()).GetString());
     bool scanned = false;
@@ -45,7 +45,7 @@ Outcome MakePeaks(CPeakFile& peaks, CSoundFile& sound, const Options& options)
     peaks.SetMemoryOnly(false);
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (peaks.Create(options.file.c_str(), &sound, options.sectorSize, true, watch) == 1)
-            return scanned ? Outcome::Made : Outcome::Fresh;
+            return scanned ? PeakState::Made : PeakState::Fresh;
         if (scanned)
             break;
     }
@@ -54,12 +54,12 @@ Outcome MakePeaks(CPeakFile& peaks, CSoundFile& sound, const Options& options)
                                             PathText(place) + " beside it");
 }
 
-void Run(const Options& options)
+void RunPeaks(const PeaksArguments& options)
 {
     const auto sound = OpenSound(options.file);
     CProgressDialog::c_pCreate = [] { return std::make_unique<TerminalBar>(); };
     CPeakFile peaks;
-    const Outcome outcome = MakePeaks(peaks, *sound, options);
+    const PeakState outcome = MakePeaks(peaks, *sound, options);
     const std::string place = peaks.GetPeakPath().GetString();
     if (peaks.IsInTemporaryFolder())
         throw Error(place.empty() ? options.file : CPeakFile::CreatePeakFilename(options.file.c_str()).GetString(),
@@ -67,12 +67,12 @@ void Run(const Options& options)
     if (options.json)
         return PrintJson({{"file", options.file},
                           {"peakFile", place},
-                          {"fresh", outcome == Outcome::Fresh},
+                          {"fresh", outcome == PeakState::Fresh},
                           {"sectorSize", peaks.GetSectorSize()},
                           {"sectors", peaks.GetSectorCount()},
                           {"bytes", peaks.GetLength()}});
     std::printf("%s: %s, %lld sectors of %d frames\n", place.c_str(),
-                outcome == Outcome::Fresh ? "fresh, left as it is" : "made",
+                outcome == PeakState::Fresh ? "fresh, left as it is" : "made",
                 static_cast<long long>(peaks.GetSectorCount()), peaks.GetSectorSize());
 }
 
@@ -80,7 +80,7 @@ void Run(const Options& options)
 
 void AddPeaks(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<PeaksArguments>();
     CLI::App& command = *app.add_subcommand("peaks", "Make the peak file (.fpr) of a recording");
     command.add_option("AUDIO", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("--sector", options->sectorSize, "Frames that one record sums up, for a new file")
@@ -91,7 +91,7 @@ void AddPeaks(CLI::App& app)
         "\nThe file lies beside the audio and has its name, with the extension .fpr. One that is not older than the\n"
         "audio is fresh and left as it is.\n\n"
         "Example:\n  nvtool peaks track.wav");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunPeaks(*options); });
 }
 
 } // namespace nvtool

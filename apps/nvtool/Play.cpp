@@ -18,13 +18,13 @@ constexpr double shortJump = 5;
 constexpr double longJump = 30;
 constexpr double fade = 0.5;
 
-struct Options {
+struct PlayArguments {
     std::string file, from, to;
 };
 
-class Session {
+class Playback {
 public:
-    Session(CSoundFile& what, const std::string& name) : sound(what), label(name), terminal(IsErrorTerminal())
+    Playback(CSoundFile& what, const std::string& name) : sound(what), label(name), terminal(IsErrorTerminal())
     {
         if (!player.Open(&sound))
             throw Error(label, CWaveOut::HasDevice() ? "the sound device does not take " + FormatText(sound.GetFormat())
@@ -32,13 +32,13 @@ public:
         if (!CWaveOut::HasDevice())
             Warn(label, "there is no sound device; time passes all the same");
     }
-    ~Session()
+    ~Playback()
     {
         if (terminal)
             std::fprintf(stderr, "\r%*s\r", ErrorTerminalWidth() - 1, "");
     }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    Playback(const Playback&) = delete;
+    Playback& operator=(const Playback&) = delete;
 
     // Returns the seconds that were reached.
     double Play(i64 from, i64 to)
@@ -110,7 +110,7 @@ private:
     CSoundFilePlayer player;
 };
 
-void Run(const Options& options)
+void RunPlay(const PlayArguments& options)
 {
     CatchInterrupts();
     const auto sound = OpenSound(options.file);
@@ -120,7 +120,7 @@ void Run(const Options& options)
     if (from >= std::min(to, length))
         throw Error(options.file, "there is nothing between " + TimeText(sound->SampleToTime(from)) + " and " +
                                       TimeText(sound->SampleToTime(std::min(to, length))));
-    const double reached = Session(*sound, options.file).Play(from, to);
+    const double reached = Playback(*sound, options.file).Play(from, to);
     std::printf("%s: played from %s to %s\n", options.file.c_str(), TimeText(sound->SampleToTime(from)).c_str(),
                 TimeText(reached).c_str());
 }
@@ -129,7 +129,7 @@ void Run(const Options& options)
 
 void AddPlay(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<PlayArguments>();
     CLI::App& command = *app.add_subcommand("play", "Play a recording");
     command.add_option("FILE", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("--from", options->from, "Where to begin: 90.5, 1:30.5 or 1:02:03")->type_name("TIME");
@@ -137,7 +137,7 @@ void AddPlay(CLI::App& app)
     command.footer(
         "\nKeys: space pauses, left and right go 5 seconds, down and up 30, Home to the start, q fades out.\n\n"
         "Example:\n  nvtool play track.bin --from 1:30 --to 2:00");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunPlay(*options); });
 }
 
 } // namespace nvtool

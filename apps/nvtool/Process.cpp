@@ -18,7 +18,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Options {
+struct ProcessArguments {
     std::vector<std::string> tracks;
     std::string folder;
     ProcessOptions process;
@@ -44,12 +44,12 @@ void Tell(const std::string& name, const TrackResults& results, bool json)
         std::printf("%s: %s\n", name.c_str(), Summary(results).c_str());
 }
 
-void PointAtPage(const Options& options)
+void PointAtPage(const ProcessArguments& options)
 {
     std::printf("Open %s in a browser.\n", PathText(fs::path(options.folder) / "index.html").c_str());
 }
 
-void RunOne(const Options& options, const std::string& track)
+void RunOne(const ProcessArguments& options, const std::string& track)
 {
     const ProcessedTrack done = ProcessTrack(track, options.folder, options.process);
     Tell(track, done.results, options.json);
@@ -59,7 +59,7 @@ void RunOne(const Options& options, const std::string& track)
 }
 
 // Every track once, none of them a result of an earlier run, no two for one folder.
-std::vector<BatchInput> TracksOf(const Options& options)
+std::vector<BatchInput> TracksOf(const ProcessArguments& options)
 {
     std::error_code unknown;
     const fs::path target = fs::weakly_canonical(options.folder, unknown);
@@ -78,7 +78,7 @@ std::vector<BatchInput> TracksOf(const Options& options)
     return inputs;
 }
 
-void RunMany(const Options& options)
+void RunMany(const ProcessArguments& options)
 {
     ResultFolder folder(options.folder, {});
     std::vector<BatchEntry> entries;
@@ -113,7 +113,7 @@ void RunMany(const Options& options)
     EndBatch(failures);
 }
 
-void Run(const Options& options)
+void RunProcess(const ProcessArguments& options)
 {
     CatchInterrupts();
     if (options.process.mp3)
@@ -129,7 +129,7 @@ void Run(const Options& options)
 
 void AddProcess(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<ProcessArguments>();
     CLI::App& command =
         *app.add_subcommand("process", "Do everything: split, report, draw every page, and make a page to look at");
     command
@@ -154,7 +154,7 @@ void AddProcess(CLI::App& app)
         "Of several tracks, or of a folder, each gets a folder of its own in DIR, called like the track, and\n"
         "DIR/index.html leads to all of them.\n" +
         std::string(kBatchHelp) + "\nExamples:\n  nvtool process track.bin -o out\n  nvtool process songs -o out");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunProcess(*options); });
 }
 
 } // namespace nvtool

@@ -138,7 +138,7 @@ std::string PrintCard(const PrintFacts& print)
                                   Row("Bits set", std::to_string(print.bitsSet)));
 }
 
-std::string Facts(const TrackResults& results)
+std::string TrackFacts(const TrackResults& results)
 {
     std::string text = "<h2>Facts</h2>\n<div class=\"facts\">\n";
     if (results.sound)
@@ -266,7 +266,7 @@ std::string BuildProcessPage(const TrackResults& results)
 {
     std::string body = Heading(results) + Player(results) + Timeline(results) +
                        (results.titles ? DiscTitlesHtml(*results.titles) : std::string()) + PageFigures(results) +
-                       ScreenFigures(results) + Silences(results) + Facts(results) + ContactSheetSection(results) +
+                       ScreenFigures(results) + Silences(results) + TrackFacts(results) + ContactSheetSection(results) +
                        kPageFooter;
     if (!results.script.empty())
         body += "<script src=\"" + EscapedHtml(results.script) + "\"></script>\n";

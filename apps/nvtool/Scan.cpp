@@ -15,7 +15,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Options {
+struct ScanArguments {
     std::vector<std::string> files;
     int jobs = 0;
     bool json = false;
@@ -44,7 +44,7 @@ void PrintRange(size_t number, int first, int last)
                 TimeText(CCDGInputFile::PackToTime(last)).c_str(), first, last);
 }
 
-void Print(const ScreenScan& scan, const std::string& file)
+void PrintScan(const ScreenScan& scan, const std::string& file)
 {
     std::printf("%s: %s, packs: %d, screens: %zu, stretches with graphics: %zu, XOR tiles: %zu\n", file.c_str(),
                 TimeText(CCDGInputFile::PackToTime(scan.packs)).c_str(), scan.packs, scan.screens.size(),
@@ -63,7 +63,7 @@ void Print(const ScreenScan& scan, const std::string& file)
     }
 }
 
-void Run(const Options& options)
+void RunScan(const ScanArguments& options)
 {
     CatchInterrupts();
     ordered_json files = ordered_json::array();
@@ -74,7 +74,7 @@ void Run(const Options& options)
         if (options.json)
             return [&files, json = ToJson(scan, input.name)] { files.push_back(json); };
         return [scan = std::move(scan), name = input.name] {
-            Print(scan, name);
+            PrintScan(scan, name);
             std::fflush(stdout); // for who waits at the other end of a pipe
         };
     };
@@ -88,7 +88,7 @@ void Run(const Options& options)
 
 void AddScan(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<ScanArguments>();
     CLI::App& command =
         *app.add_subcommand("scan", "List the screens of streams, their text lines, and their activity");
     command.add_option("FILE", options->files, "CD+G files, disc images, folders of them")->required()->type_name("");
@@ -99,7 +99,7 @@ void AddScan(CLI::App& app)
         "first and last of the 216 pixel rows of each, as they were just before the screen was erased. Stretches\n"
         "with graphics have no pause of more than a second. Times are those at which the packs are due.\n" +
         std::string(kBatchHelp) + "\nExamples:\n  nvtool scan track.bin\n  nvtool scan songs --json");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunScan(*options); });
 }
 
 } // namespace nvtool

@@ -14,7 +14,6 @@ namespace {
 using Emulator = CDGEmulator::CCDGEmulator;
 
 constexpr int kStepPacks = kPacksPerSecond / 2;
-constexpr int kMinContrast = 48;   // of 240: less cannot be read
 constexpr int kGhostContrast = 80; // of what has faded, as it is drawn all the same
 constexpr int kOutline = 2;        // by which the scan widens ink, rows and columns alike
 constexpr Rgb kFrame{255, 48, 144};

@@ -12,13 +12,13 @@ namespace nvtool {
 
 namespace {
 
-struct Options {
+struct SheetArguments {
     std::string file, output;
     SheetOptions sheet;
     bool json = false;
 };
 
-void Run(const Options& options)
+void RunSheet(const SheetArguments& options)
 {
     GraphicsInput input(options.file);
     RefuseSameFile(options.file, options.output);
@@ -45,7 +45,7 @@ void Run(const Options& options)
 
 void AddSheet(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<SheetArguments>();
     CLI::App& command = *app.add_subcommand("sheet", "Save a contact sheet: the whole track on one PNG picture");
     command.add_option("FILE", options->file, "CD+G file or disc image")->required()->type_name("");
     command.add_option("-o,--output", options->output, "PNG file to write")->required()->type_name("FILE");
@@ -60,7 +60,7 @@ void AddSheet(CLI::App& app)
     command.add_flag("--full", options->sheet.fullSize, "Pictures of 288x192 pixels instead of half that size");
     AddJsonFlag(command, options->json);
     command.footer("\nExample:\n  nvtool sheet track.bin -o sheet.png --every 10");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunSheet(*options); });
 }
 
 } // namespace nvtool

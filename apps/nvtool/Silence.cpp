@@ -11,13 +11,13 @@ namespace nvtool {
 
 namespace {
 
-struct Options {
+struct SilenceArguments {
     std::string file;
     SilenceOptions silence;
     bool json = false;
 };
 
-void Print(const SoundReport& report)
+void PrintSilence(const SoundReport& report)
 {
     const auto place = [&](const char* what, int frame) {
         if (frame >= 0)
@@ -37,7 +37,7 @@ void Print(const SoundReport& report)
                     TimeText(report.Seconds(end)).c_str(), report.Seconds(end - start), start, end);
 }
 
-void Run(const Options& options)
+void RunSilence(const SilenceArguments& options)
 {
     const auto sound = OpenSound(options.file, IsScannable);
     const SoundReport report = ScanSound(*sound, options.silence);
@@ -45,7 +45,7 @@ void Run(const Options& options)
         throw Error(options.file,
                     "silence is looked for in 16-bit mono or stereo only, this is " + FormatText(report.format));
     if (!options.json)
-        return Print(report);
+        return PrintSilence(report);
     nlohmann::ordered_json json = {{"file", options.file}, {"sound", FormatJson(report)}};
     json.update(SilenceJson(report));
     PrintJson(json);
@@ -55,14 +55,14 @@ void Run(const Options& options)
 
 void AddSilence(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<SilenceArguments>();
     CLI::App& command = *app.add_subcommand("silence", "List the quiet stretches of a recording");
     command.add_option("FILE", options->file, kSoundHelp)->required()->type_name("");
     AddSilenceOptions(command, options->silence);
     AddJsonFlag(command, options->json);
     command.footer("\nA click, a loud sample on its own, does not end a silence.\n\n"
                    "Example:\n  nvtool silence track.wav --threshold 0.005 --min 0.5");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunSilence(*options); });
 }
 
 } // namespace nvtool

@@ -18,7 +18,6 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr int kOpenToRead = CFile::modeRead | CFile::shareDenyNone;
 constexpr int kPcm = 1;
 
 // What ffmpeg has made of a file. The temporary file is held by a base, since it goes after the sound is closed.

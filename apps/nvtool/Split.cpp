@@ -13,12 +13,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-struct Options {
+struct SplitArguments {
     std::string track, wav, cdg;
     bool json = false;
 };
 
-void Run(const Options& options)
+void RunSplit(const SplitArguments& options)
 {
     const StreamIdentity identity = Identify(options.track);
     if (identity.kind == StreamKind::AudioImage)
@@ -52,7 +52,7 @@ void Run(const Options& options)
 
 void AddSplit(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<SplitArguments>();
     CLI::App& command = *app.add_subcommand("split", "Split a disc image into a WAV file and a CD+G file");
     command.add_option("TRACK", options->track, "Disc image with 2448-byte sectors")->required()->type_name("");
     command.add_option("--wav", options->wav, "WAV file to write")->required()->type_name("FILE");
@@ -60,7 +60,7 @@ void AddSplit(CLI::App& app)
     AddJsonFlag(command, options->json);
     command.footer("\nExisting files are replaced, but only when the new ones are whole.\n\n"
                    "Example:\n  nvtool split track.bin --wav track.wav --cdg track.cdg");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunSplit(*options); });
 }
 
 } // namespace nvtool

@@ -14,7 +14,7 @@ namespace nvtool {
 
 namespace {
 
-struct Options {
+struct TagArguments {
     std::string file;
     std::optional<std::string> title, artist, album, year, comment, genre;
     std::optional<int> track;
@@ -57,7 +57,7 @@ void WarnOfCuts(const std::string& file, const CMP3Info& info)
              "the genre will not be read again: the comment has more than 28 bytes, and there is no track number");
 }
 
-void Change(const Options& options, CMP3Info& info, int genre)
+void Change(const TagArguments& options, CMP3Info& info, int genre)
 {
     if (options.title)
         info.SetTitle(options.title->c_str());
@@ -76,7 +76,7 @@ void Change(const Options& options, CMP3Info& info, int genre)
     WarnOfCuts(options.file, info);
 }
 
-void Run(const Options& options)
+void RunTag(const TagArguments& options)
 {
     const int genre = options.genre ? ParseGenre(*options.genre) : kNoGenre;
     RequireReadable(options.file);
@@ -101,7 +101,7 @@ void Run(const Options& options)
 
 void AddTag(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<TagArguments>();
     CLI::App& command = *app.add_subcommand("tag", "Show, change or remove the ID3v1 tag of an MP3 file");
     command.add_option("FILE", options->file, "MP3 file")->required()->type_name("");
     CLI::Option* const remove = command.add_flag("--remove", options->remove, "Take the tag off");
@@ -123,7 +123,7 @@ void AddTag(CLI::App& app)
         "\nWithout an option that changes it the tag is shown. What is not named stays, and so does the rest of\n"
         "the file, which is replaced only when its successor is whole.\n\n"
         "Example:\n  nvtool tag song.mp3 --title 'Auld Lang Syne' --track 3 --genre Folk");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunTag(*options); });
 }
 
 } // namespace nvtool

@@ -16,7 +16,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-struct Options {
+struct ThumbprintArguments {
     std::vector<std::string> files;
     std::string output;
     int jobs = 0;
@@ -24,7 +24,7 @@ struct Options {
 };
 
 // Where each input's thumbprint goes: to the output itself for one file; else below it, called like the stream.
-std::vector<fs::path> Targets(const Options& options, const std::vector<BatchInput>& inputs)
+std::vector<fs::path> Targets(const ThumbprintArguments& options, const std::vector<BatchInput>& inputs)
 {
     std::error_code unknown;
     if (inputs.size() == 1 && !inputs[0].found && !fs::is_directory(options.output, unknown))
@@ -56,7 +56,7 @@ void Save(const Print& print, const fs::path& target)
     print.Save(target);
 }
 
-void Run(const Options& options)
+void RunThumbprint(const ThumbprintArguments& options)
 {
     CatchInterrupts();
     std::vector<BatchInput> inputs = ExpandInputs(options.files);
@@ -90,7 +90,7 @@ void Run(const Options& options)
 
 void AddThumbprint(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<ThumbprintArguments>();
     CLI::App& command =
         *app.add_subcommand("thumbprint", "Save thumbprints, by which the same graphics are known again");
     command.add_option("FILE", options->files, "CD+G files, disc images, folders of them")->required()->type_name("");
@@ -105,7 +105,7 @@ void AddThumbprint(CLI::App& app)
         "thumbprint is called like its stream, with .thumbprint behind; folders below are kept.\n" +
         std::string(kBatchHelp) +
         "\nExamples:\n  nvtool thumbprint track.bin -o track.thumbprint\n  nvtool thumbprint songs -o prints");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunThumbprint(*options); });
 }
 
 } // namespace nvtool

@@ -25,7 +25,7 @@ namespace {
 
 using CDGEmulator::CFrameScaler;
 
-struct Options {
+struct VideoArguments {
     std::string track, output, size = "1920x1080", rate = "30", background, audio;
     bool smooth = false, lossless = false, noAudio = false, json = false;
 };
@@ -70,7 +70,7 @@ bool ReadPair(const std::string& text, char between, int missing, int& first, in
     return result.ec == std::errc() && result.ptr == end && first > 0 && second > 0;
 }
 
-void ReadSize(const Options& options, Plan& plan)
+void ReadSize(const VideoArguments& options, Plan& plan)
 {
     int &width = plan.scaling.width, &height = plan.scaling.height;
     if (!ReadPair(options.size, 'x', 0, width, height) || width % 2 != 0 || height % 2 != 0 ||
@@ -81,7 +81,7 @@ void ReadSize(const Options& options, Plan& plan)
     plan.shape.height = height;
 }
 
-void ReadRate(const Options& options, Plan& plan)
+void ReadRate(const VideoArguments& options, Plan& plan)
 {
     int &rate = plan.shape.rate, &perSeconds = plan.shape.perSeconds;
     if (!ReadPair(options.rate, '/', 1, rate, perSeconds) || rate > 1000000 || perSeconds > 10000 ||
@@ -89,7 +89,7 @@ void ReadRate(const Options& options, Plan& plan)
         RefuseOption("--fps", options.rate, "a rate from 1 to 120 like 30 or 30000/1001");
 }
 
-void ReadBackground(const Options& options, Plan& plan)
+void ReadBackground(const VideoArguments& options, Plan& plan)
 {
     const std::string& text = options.background;
     if (text.empty() || text == "screen")
@@ -104,7 +104,7 @@ void ReadBackground(const Options& options, Plan& plan)
     plan.scaling.background = black ? 0 : RGB(colour >> 16, colour >> 8, colour);
 }
 
-void ReadContainer(const Options& options, Plan& plan)
+void ReadContainer(const VideoArguments& options, Plan& plan)
 {
     const std::string extension = LowerExtension(options.output);
     const auto* const found = std::find_if(std::begin(kContainers), std::end(kContainers),
@@ -114,11 +114,11 @@ void ReadContainer(const Options& options, Plan& plan)
     if (options.lossless && extension != kLossless.extension)
         RefuseOption("--lossless", options.output, "a name that ends in .mkv");
     plan.container = options.lossless ? kLossless : *found;
-    plan.shape.form = options.lossless ? PixelForm::Rgb : PixelForm::Planes;
+    plan.shape.form = options.lossless ? PixelForm::BlueFirst : PixelForm::Planes;
 }
 
 // The sound that belongs to the track; that of a disc image goes to the temporary file first.
-std::optional<fs::path> SoundOf(const Options& options, const GraphicsInput& graphics,
+std::optional<fs::path> SoundOf(const VideoArguments& options, const GraphicsInput& graphics,
                                 std::optional<TemporaryFile>& temporary)
 {
     if (options.noAudio)
@@ -220,7 +220,7 @@ std::string Arguments(const Plan& plan, const fs::path& file)
            FFMpegFile(file);
 }
 
-void Report(const Options& options, const Plan& plan, i64 drawn)
+void Report(const VideoArguments& options, const Plan& plan, i64 drawn)
 {
     const VideoStream::Shape& shape = plan.shape;
     const double seconds = static_cast<double>(shape.frames) * shape.perSeconds / shape.rate;
@@ -240,7 +240,7 @@ void Report(const Options& options, const Plan& plan, i64 drawn)
                 static_cast<long long>(drawn), plan.sound ? "" : "; no sound");
 }
 
-void Run(const Options& options)
+void RunVideo(const VideoArguments& options)
 {
     CatchInterrupts();
     Plan plan;
@@ -279,7 +279,7 @@ void Run(const Options& options)
 
 void AddVideo(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<VideoArguments>();
     CLI::App& command = *app.add_subcommand("video", "Make a video of a track (with ffmpeg)");
     command.add_option("TRACK", options->track, "CD+G file or disc image")->required()->type_name("");
     command.add_option("-o,--output", options->output, "Video file to write: .mp4, .mkv or .webm")
@@ -310,7 +310,7 @@ void AddVideo(CLI::App& app)
         "NVTOOL_FFMPEG in the environment names the ffmpeg to use.\n\n"
         "Examples:\n  nvtool video track.bin -o track.mp4 --smooth\n"
         "  nvtool video song.cdg --audio song.mp3 -o song.webm --size 1280x720 --background black");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunVideo(*options); });
 }
 
 } // namespace nvtool

@@ -88,7 +88,8 @@ u8 RedDifference(int red, int green, int blue)
 
 StreamPicture::StreamPicture(int across, int down, PixelForm pixelForm)
     : width(across), height(down), form(pixelForm),
-      bytes(static_cast<std::size_t>(across) * static_cast<std::size_t>(down) * (form == PixelForm::Rgb ? 8 : 3) / 2)
+      bytes(static_cast<std::size_t>(across) * static_cast<std::size_t>(down) * (form == PixelForm::BlueFirst ? 8 : 3) /
+            2)
 {
 }
 

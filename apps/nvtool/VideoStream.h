@@ -14,8 +14,8 @@
 namespace nvtool {
 
 enum class PixelForm {
-    Rgb,    // four bytes a pixel, blue first: no loss
-    Planes, // brightness, then two planes of colour differences of half the size; 8 bits, BT.709, 16 to 235
+    BlueFirst, // four bytes a pixel: no loss
+    Planes,    // brightness, then two planes of colour differences of half the size; 8 bits, BT.709, 16 to 235
 };
 
 // A picture in the form in which it goes out; brought up to date piece by piece.

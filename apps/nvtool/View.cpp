@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kMostWindowSide = 16384;
 
-struct Options {
+struct ViewArguments {
     std::string track, sound, at;
     i64 density = 512;
     int width = 1200, height = 800;
@@ -75,7 +75,7 @@ struct Track {
     std::unique_ptr<CSoundFile> sound, played; // once for the window, once for the player
 };
 
-void OpenTrack(const Options& options, Track& track)
+void OpenTrack(const ViewArguments& options, Track& track)
 {
     const StreamKind kind = Identify(options.track).kind;
     const fs::path cdg = HasGraphics(kind) ? fs::path(options.track) : Beside(options.track, ".cdg");
@@ -114,7 +114,7 @@ void Print(int code, const CWaveFileChartWnd& chart)
     std::fflush(stdout);
 }
 
-void Run(const Options& options)
+void RunView(const ViewArguments& options)
 {
     const double at = options.at.empty() ? 0 : ParseTime(options.at, "--at");
     CatchInterrupts();
@@ -141,7 +141,7 @@ void Run(const Options& options)
 
 void AddView(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<ViewArguments>();
     CLI::App& command =
         *app.add_subcommand("view", "Look at a track and play it: sound, and the graphics at the pointer");
     command
@@ -169,7 +169,7 @@ void AddView(CLI::App& app)
         "Keys: up, down, left, right, page up, page down, Home and End move, + and - zoom, Escape ends.\n"
         "The wheel scrolls; with Control it zooms.\n\n"
         "Example:\n  nvtool view track.bin");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunView(*options); });
 }
 
 } // namespace nvtool

@@ -18,7 +18,7 @@ namespace {
 
 using View = WaveformOptions::View;
 
-struct Options {
+struct WaveformArguments {
     std::string file, output, view = "chart", start, pointer;
     WaveformOptions waveform;
     bool json = false;
@@ -27,7 +27,7 @@ struct Options {
 const std::map<std::string, View> kViews = {
     {"chart", View::Chart}, {"overview", View::Overview}, {"window", View::Window}};
 
-void Run(const Options& options)
+void RunWaveform(const WaveformArguments& options)
 {
     WaveformOptions waveform = options.waveform;
     waveform.view = kViews.at(options.view);
@@ -55,7 +55,7 @@ void Run(const Options& options)
 
 void AddWaveform(CLI::App& app)
 {
-    auto options = std::make_shared<Options>();
+    auto options = std::make_shared<WaveformArguments>();
     CLI::App& command = *app.add_subcommand("waveform", "Save a picture of a recording, time from top to bottom");
     command.add_option("AUDIO", options->file, kSoundHelp)->required()->type_name("");
     command.add_option("-o,--output", options->output, "PNG file to write")->required()->type_name("FILE");
@@ -79,7 +79,7 @@ void AddWaveform(CLI::App& app)
     AddJsonFlag(command, options->json);
     command.footer("\nExamples:\n  nvtool waveform track.wav -o wave.png --view window\n"
                    "  nvtool waveform track.bin -o start.png --start 0:12 --density 100 --pointer 0:12.5");
-    command.callback([options] { Run(*options); });
+    command.callback([options] { RunWaveform(*options); });
 }
 
 } // namespace nvtool

@@ -13,7 +13,7 @@ struct Row {
     int key;
 };
 
-constexpr Row rows[] = {
+constexpr Row keyRows[] = {
     {XK_BackSpace, VK_BACK},
     {XK_Tab, VK_TAB},
     {XK_ISO_Left_Tab, VK_TAB},
@@ -71,7 +71,7 @@ int Lookup(unsigned long symbol)
         return 0x60 + static_cast<int>(symbol - XK_KP_0); // VK_NUMPAD0
     if (symbol >= XK_F1 && symbol <= XK_F12)
         return VK_F1 + static_cast<int>(symbol - XK_F1);
-    for (const Row& row : rows) {
+    for (const Row& row : keyRows) {
         if (row.symbol == symbol)
             return row.key;
     }

@@ -246,7 +246,8 @@ TEST(VideoPictures, PlanesFollowTheFormulaAndTakePieces)
     CDib picture;
     ASSERT_TRUE(picture.Create(width, height, 32));
     std::mt19937 random(2);
-    nvtool::StreamPicture kept(width, height, nvtool::PixelForm::Planes), same(width, height, nvtool::PixelForm::Rgb);
+    nvtool::StreamPicture kept(width, height, nvtool::PixelForm::Planes),
+        same(width, height, nvtool::PixelForm::BlueFirst);
     for (int round = 0; round < 30; ++round) {
         const int x = static_cast<int>(random() % width), y = static_cast<int>(random() % height);
         CRect part(x, y, std::min(width, x + 7), std::min(height, y + 5));
