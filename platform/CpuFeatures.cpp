@@ -15,15 +15,6 @@ bool CpuHasAvx2()
 #endif
 }
 
-bool CpuHasSsse3()
-{
-#if defined(__x86_64__) || defined(__i386__)
-    return __builtin_cpu_supports("ssse3");
-#else
-    return false;
-#endif
-}
-
 int ProcessorCount()
 {
     return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));

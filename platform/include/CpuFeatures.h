@@ -5,7 +5,6 @@ namespace NV {
 
 /// The instruction set is there and the system saves its registers.
 bool CpuHasAvx2();
-bool CpuHasSsse3();
 
 /// Processors that this process may use; at least 1.
 int ProcessorCount();
