@@ -1,7 +1,9 @@
 // Rows of a waveform against the plain rule, over random scrolling, zooming, growing and shrinking.
 #include "audio/WaveRows.h"
+#include "WaveFile.h"
 #include "support/Noise.h"
 #include "support/RawSound.h"
+#include "support/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -94,6 +96,29 @@ TEST(WaveRows, AreWhatTheFramesSayWhateverTheWayThere)
             const bool looked = random() % 4 != 0; // now and then nobody does before the view moves on
             ASSERT_TRUE(!looked || rows.Fill(sound, 0));
             ASSERT_NO_FATAL_FAILURE(CheckRows(rows, sound, start, density));
+        }
+    }
+}
+
+TEST(WaveRows, OfEightBitsComeFromThePeaksWhereThereAreSome)
+{
+    const TempFolder folder;
+    for (const int channels : {1, 2}) {
+        const RawSound sound(pcm, 8, channels, Noise(5, 60'000));
+        CWaveFile file;
+        const CString path = folder.Path(std::to_string(channels) + ".wav").c_str();
+        ASSERT_TRUE(file.Open(path, CFile::modeCreate | CFile::modeReadWrite));
+        ASSERT_TRUE(file.SetFormat(sound.GetFormat()));
+        std::string bytes = sound.bytes;
+        ASSERT_EQ(file.Write(bytes.data(), static_cast<int>(sound.GetLength())), sound.GetLength());
+        file.Close();
+        file.SetPeakFileOption(PeakFileOption::inMemory);
+        ASSERT_TRUE(file.Open(path, CFile::modeRead | CFile::shareDenyNone) && file.WaitForPeakFile());
+        WaveRows rows;
+        for (const i64 density : {300, 1'000, 7'000}) { // whole sectors of the peaks, so that nothing is rounded
+            rows.Want(file, 1'200, density, 40);
+            ASSERT_TRUE(rows.Fill(file, 0));
+            ASSERT_NO_FATAL_FAILURE(CheckRows(rows, sound, 1'200, density));
         }
     }
 }

@@ -258,12 +258,21 @@ TEST_F(Chart, OverviewFrameIsDraggedByItsMiddleAndItsEnds)
     chart.SetDensity(1'000); // 40 rows of the overview
     chart.SetStartPos(250'000);
     using Overview = CWaveFileOverviewWnd;
-    const std::pair<int, Overview::HitCode> hits[] = {{50, Overview::hitOutside},   {110, Overview::hitFrameStart},
-                                                      {130, Overview::hitFrame},    {147, Overview::hitFrameEnd},
-                                                      {152, Overview::hitFrameEnd}, {200, Overview::hitOutside},
-                                                      {500, Overview::hitNothing}};
-    for (const auto& [y, code] : hits)
+    const std::tuple<int, Overview::HitCode, LPCSTR> hits[] = {
+        {50, Overview::hitOutside, IDC_ARROW},    {110, Overview::hitFrameStart, IDC_SIZENS},
+        {130, Overview::hitFrame, IDC_HAND},      {147, Overview::hitFrameEnd, IDC_SIZENS},
+        {152, Overview::hitFrameEnd, IDC_SIZENS}, {200, Overview::hitOutside, IDC_ARROW},
+        {500, Overview::hitNothing, IDC_ARROW}};
+    for (const auto& [y, code, shape] : hits) {
         EXPECT_EQ(overview.HitTest(CPoint(60, y)), code) << y;
+        Button(overview, WM_MOUSEMOVE, CPoint(60, y));
+        EXPECT_EQ(CWnd::SetCursor(nullptr), ::LoadCursor(nullptr, shape)) << y;
+    }
+    chart.SetPointerPos(123'456, true);
+    overview.SendMessage(WM_KEYDOWN, VK_HOME, 1);
+    EXPECT_EQ(chart.GetPointerPos(), 0) << "keys are the chart's";
+    chart.SetStartPos(250'000);
+    parent.Told();
     const auto drag = [&](int from, int to) {
         Button(overview, WM_LBUTTONDOWN, CPoint(60, from), MK_LBUTTON);
         Button(overview, WM_MOUSEMOVE, CPoint(60, (from + to) / 2), MK_LBUTTON);

@@ -5,10 +5,12 @@
 #include "platform/FolderTime.h"
 #include "support/TempFolder.h"
 
+#include <chrono>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <random>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -182,6 +184,25 @@ TEST_F(LocalTest, TheIndexSeesWhatChanges)
     EXPECT_EQ(Query(client), Found{});
 }
 
+TEST_F(LocalTest, KeptHeadsAreGivenUpWhereOneNoLongerTellsItsRecord)
+{
+    // Written over in place, so that its folder does not tell.
+    const auto put = [&](const char* category, const char* title, const std::vector<i32>& at) {
+        Put(category, Hex(discId), TextOf(discId, title, at));
+    };
+    put("blues", "far", {150, 10'400});
+    put("rock", "near", {150, 10'001});
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds(3100)); // until then a record may be half-written: none is kept
+    CCDDB client;
+    for (int asked = 0; asked < 3; ++asked)
+        EXPECT_EQ(Query(client), (Found{"rock:near", "blues:far"})) << asked;
+    put("rock", "farther", {150, 10'800});
+    EXPECT_EQ(Query(client), (Found{"blues:far", "rock:farther"}));
+    put("blues", "three tracks", {150, 10'000, 20'000});
+    EXPECT_EQ(Query(client), Found{"rock:farther"});
+}
+
 TEST_F(LocalTest, IndexedAndPlainAnswersAreTheSame)
 {
     std::mt19937 random(3);
@@ -221,17 +242,15 @@ TEST_F(LocalTest, RangeFilesHoldManyRecords)
     Put("rock", "1Fto2f", text);
     Put("misc", "00to1e", "#FILENAME=20012302\n" + TextOf(discId, "its name does not cover the id"));
     Put("misc", "xxto2f", text);
+    Put("rock", "30to3f", "#FILENAME=31012302\n" + TextOf(0x31012302, "in the next file"));
     Put("zero", "30TO30", "#FILENAME=30012302");
     CCDDB client;
     struct Case {
         u32 id;
         const char* title;
     };
-    const Case cases[] = {{0x1f012302, "in front"},
-                          {discId, "right"},
-                          {0x2F012302, "last"},
-                          {0x20012303, nullptr},
-                          {0x30012302, nullptr}};
+    const Case cases[] = {{0x1f012302, "in front"},         {discId, "right"},     {0x2F012302, "last"},
+                          {0x31012302, "in the next file"}, {0x20012303, nullptr}, {0x30012302, nullptr}};
     for (const Case& c : cases) {
         SCOPED_TRACE(Hex(c.id));
         CCDDBRecord record;
