@@ -34,7 +34,6 @@ public:
     GraphicsInput(const GraphicsInput&) = delete;
     GraphicsInput& operator=(const GraphicsInput&) = delete;
 
-    const StreamIdentity& Identity() const { return identity; }
     bool IsPlain() const { return identity.kind == StreamKind::Graphics; }
     // Readies a reader at pack 0. One at a time may read: they share the file's position.
     void Attach(CCDGInputFile& reader) { reader.Open(&file, IsPlain()); }

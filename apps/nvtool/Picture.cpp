@@ -84,11 +84,6 @@ void Picture::Text(std::string_view text, int left, int top, int dot, Rgb colour
     }
 }
 
-int Picture::TextWidth(std::string_view text, int dot)
-{
-    return int(text.size()) * kGlyphStep * dot - (text.empty() ? 0 : dot);
-}
-
 int Picture::TextHeight(int dot)
 {
     return kGlyphHeight * dot;

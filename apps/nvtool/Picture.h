@@ -33,8 +33,7 @@ public:
     void Frame(int left, int top, int right, int bottom, int thickness, Rgb colour);
     // Digits, ':' and '.' in small upright figures, each dot `dot` pixels wide; anything else leaves a gap.
     void Text(std::string_view text, int left, int top, int dot, Rgb colour);
-    // Size of such a text in pixels.
-    static int TextWidth(std::string_view text, int dot);
+    // Height of such a text in pixels.
     static int TextHeight(int dot);
 
 private:

@@ -112,6 +112,23 @@ TEST_F(CddbTool, ServersAreAsked)
     body = "501 Entry rejected: no\r\n";
     EXPECT_EQ(Run("cddb submit record --category rock --email a@b.c --send" + at), 1);
     EXPECT_NE(Errors().find("501 Entry rejected"), std::string::npos) << Errors();
-    for (const char* const command : {"sites", "status", "motd"})
-        EXPECT_EQ(Run(std::string("cddb ") + command + at), 1) << command;
+    struct Answer {
+        const char *command, *given, *shown;
+    };
+    const Answer answers[] = {{"sites", "a.org http 80 /~cddb/cddb.cgi N001.30 W002.15 A town\r\n",
+                               "a.org:80/~cddb/cddb.cgi  1.50 -2.25  A town\n"},
+                              {"status",
+                               "Server status:\r\n    current proto: 5\r\n    Database entries: 12\r\n"
+                               "    Database entries by category:\r\n        rock: 7\r\n",
+                               "categories:\n  rock             7\n"},
+                              {"motd", "Hello\r\n  there\r\n", "Hello\n  there\n"}};
+    for (const Answer& c : answers) {
+        EXPECT_EQ(Run(std::string("cddb ") + c.command + at), 1) << c.command << " was refused";
+        body = std::string("210 OK\r\n") + c.given + ".\r\n";
+        EXPECT_EQ(Run(std::string("cddb ") + c.command + at), 0) << Errors();
+        EXPECT_NE(Output().find(c.shown), std::string::npos) << Output();
+        EXPECT_EQ(Run(std::string("cddb ") + c.command + " --json" + at), 0) << Errors();
+        EXPECT_TRUE(Json().is_structured()) << Output();
+        body = "501 Entry rejected: no\r\n";
+    }
 }

@@ -162,6 +162,16 @@ TEST_F(Nvtool, InfoTellsWhatTheSampleIs)
     ASSERT_EQ(Run("info wrong.wav --json"), 0);
     EXPECT_EQ(Json()["kind"], "cdg");
     EXPECT_EQ(Json()["remarks"].size(), 1u);
+    folder.Write("bare.bin", std::string(3 * 2352, '\0'));
+    const std::pair<const char*, std::vector<const char*>> texts[] = {
+        {"track.bin", {"1500 sectors of 2448 bytes", "882000 frames", " 6000 packs", "Tile Block XOR"}},
+        {"made.cdg", {"144000 bytes, 1500 records of 96 bytes", "first graphics pack", "last change"}},
+        {"bare.bin", {"3 sectors of 2352 bytes", "1764 frames", "only zero bytes"}}};
+    for (const auto& [file, parts] : texts) {
+        ASSERT_EQ(Run(std::string("info ") + file), 0) << file;
+        for (const char* const part : parts)
+            EXPECT_NE(Output().find(part), std::string::npos) << part << " is not in\n" << Output();
+    }
     ASSERT_EQ(Run("silence track.bin --json --min 1.5"), 0);
     EXPECT_EQ(Json()["silences"][0]["startFrame"], 0);
     EXPECT_GE(Json()["silences"][0]["endSeconds"], 1.5);
