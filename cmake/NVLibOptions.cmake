@@ -23,6 +23,13 @@ if(NVLIB_SANITIZE)
   endif()
   target_link_options(NVLibOptions INTERFACE -fsanitize=${NVLIB_SANITIZE})
 endif()
+if(NVLIB_COVERAGE)
+  # Atomic counters: threads would lose counts, and worse, a counter torn in two shows what never was. Inlined bodies are
+  # left where their own lines are.
+  target_compile_options(NVLibOptions INTERFACE --coverage -fprofile-update=atomic -fno-inline -O1 -g1
+    -Wno-maybe-uninitialized)
+  target_link_options(NVLibOptions INTERFACE --coverage)
+endif()
 
 # nvlib_compile_for_avx2(SOURCE...): files that hold nothing but the AVX2 body of a kernel.
 function(nvlib_compile_for_avx2)

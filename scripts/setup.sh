@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the other scripts need and that are not there yet. Silent when nothing is missing.
 #
-#   scripts/setup.sh [GROUP...]     groups: base (default) browser lint fuzz bench windows package all
+#   scripts/setup.sh [GROUP...]     groups: base (default) browser lint fuzz bench coverage windows package all
 #
 # Runs as root or with sudo.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -14,6 +14,7 @@ browser=(chromium)
 lint=(clang clang-tidy clang-format shellcheck doxygen)
 fuzz=(clang libclang-rt-14-dev)
 bench=(libavcodec-dev libavutil-dev lame mp3info mp3val)
+coverage=(gcovr)
 package=(dpkg-dev debootstrap)
 windows=(g++-mingw-w64-i686-posix libz-mingw-w64-dev debootstrap dpkg-dev)
 
@@ -25,10 +26,11 @@ for group in "$@"; do
     lint) wanted+=("${lint[@]}") ;;
     fuzz) wanted+=("${fuzz[@]}") ;;
     bench) wanted+=("${bench[@]}") ;;
+    coverage) wanted+=("${coverage[@]}") ;;
     windows) wanted+=("${windows[@]}") ;;
     package) wanted+=("${package[@]}") ;;
-    all) wanted+=("${browser[@]}" "${lint[@]}" "${fuzz[@]}" "${bench[@]}" "${windows[@]}" "${package[@]}") ;;
-    *) die "no group named '$group' (base browser lint fuzz bench windows package all)" ;;
+    all) wanted+=("${browser[@]}" "${lint[@]}" "${fuzz[@]}" "${bench[@]}" "${coverage[@]}" "${windows[@]}" "${package[@]}") ;;
+    *) die "no group named '$group' (base browser lint fuzz bench coverage windows package all)" ;;
   esac
 done
 
