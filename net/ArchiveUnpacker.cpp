@@ -135,18 +135,18 @@ bool ArchiveUnpacker::UnpackEntries(const char* archive, const std::function<voi
             continue;
         CFile file;
         if (!file.Open(path.string().c_str(), CFile::modeCreate | CFile::modeWrite | CFile::shareExclusive))
-            return Fail(path.string() + " cannot be written");
+            return Fail(path.string() + " cannot be written; is there room on the disk?");
         while (const std::size_t count = reader->Read(piece.data(), piece.size())) {
             if (count > room)
                 return Fail("it unpacks to more than is allowed");
             room -= count;
             if (!Succeeds([&] { file.Write(piece.data(), static_cast<UINT>(count)); }))
-                return Fail(path.string() + " cannot be written");
+                return Fail(path.string() + " cannot be written; is there room on the disk?");
             if (cancelled && cancelled())
                 return Fail("stopped");
         }
         if (!Succeeds([&] { file.Close(); }))
-            return Fail(path.string() + " cannot be written");
+            return Fail(path.string() + " cannot be written; is there room on the disk?");
         any = true;
         if (progress)
             progress(reader->Progress());

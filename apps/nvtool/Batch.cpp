@@ -67,6 +67,9 @@ Outcome WorkOn(const BatchInput& input, const BatchWork& work, const Advance& ad
         return {work(input, advance), {}};
     } catch (const Interruption&) {
         return {}; // told once, where the batch ends
+    } catch (const Error& error) {
+        const bool ofInput = error.File() == input.name || fs::path(error.File()) == input.path;
+        return {{}, ofInput ? error.what() : error.File() + ": " + error.what()};
     } catch (const std::bad_alloc&) {
         return {{}, "out of memory"};
     } catch (const std::exception& error) {

@@ -93,7 +93,8 @@ void Download(const CddbLocalArguments& options)
     const CString file =
         CCDDB::DownloadLocalDB(options.folder.c_str(), [&](double done) { progress.Update(u64(done * 1000)); });
     if (file.IsEmpty())
-        throw Error(options.url, "could not be fetched; the same command goes on from where it stopped");
+        throw Error(options.url,
+                    "could not be fetched into " + options.folder + "; the same command goes on from where it stopped");
     if (options.json)
         return PrintJson({{"url", options.url}, {"file", PathText(file.GetString())}});
     std::printf("%s\n", PathText(file.GetString()).c_str());

@@ -70,6 +70,7 @@ void ReadList(const std::string& path, std::vector<Disc>& discs)
 {
     RequireReadable(path);
     std::ifstream file(path);
+    const size_t before = discs.size();
     int number = 0;
     for (std::string line; std::getline(file, line);) {
         ++number;
@@ -85,6 +86,8 @@ void ReadList(const std::string& path, std::vector<Disc>& discs)
                         "line " + std::to_string(number) + " is no disc: an id, then the frames where tracks begin");
         discs.push_back(disc);
     }
+    if (discs.size() == before)
+        throw Error(path, "holds no disc: an id, then the frames where tracks begin, one disc a line");
 }
 
 } // namespace

@@ -35,12 +35,30 @@ Runner MakeRunner(const std::string& file)
     return Runner(FindFFMpeg());
 }
 
-// ffmpeg's reason: its last line that says something.
+// The line that says that what ffmpeg made could not be written; empty when there is none. Where this comes out only at
+// the end, when it empties its buffers, versions before 6 tell of it and end with the code for success.
+std::string WriteFailure(const Runner& runner)
+{
+    static constexpr std::string_view signs[] = {"Error writing trailer", "Error closing file",
+                                                 "av_interleaved_write_frame(): ", "Could not write header"};
+    for (const std::string& line : runner.GetOutput())
+        for (const std::string_view sign : signs) {
+            const std::size_t at = line.find(sign);
+            if (at == 0 || (at != std::string::npos && line[0] == '[')) // titles in a file are told indented
+                return line.substr(at);
+        }
+    return {};
+}
+
+// ffmpeg's reason: what it could not write or, without that, its last line that says something.
 std::string LastWords(const Runner& runner)
 {
+    if (std::string written = WriteFailure(runner); !written.empty())
+        return written;
     const auto& lines = runner.GetOutput();
     const auto last = std::find_if(lines.rbegin(), lines.rend(), [](const std::string& line) {
-        return line.find_first_not_of(" \t") != std::string::npos;
+        const bool isProgress = line.starts_with("frame=") || line.starts_with("size=");
+        return !isProgress && line.find_first_not_of(" \t") != std::string::npos;
     });
     return last == lines.rend() ? "it gives no reason" : *last;
 }
@@ -123,7 +141,7 @@ double RunFFMpeg(const FFMpegJob& job)
     if (IsInterrupted())
         throw Interruption();
     RequireStart(runner);
-    if (!good)
+    if (!good || !WriteFailure(runner).empty())
         throw Error(job.file, "ffmpeg failed: " + LastWords(runner));
     return runner.GetOutputTime();
 }

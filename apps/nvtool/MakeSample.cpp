@@ -55,7 +55,7 @@ public:
     explicit Sound(const std::string& path) : file(path)
     {
         if (!wave.Open(file.Temporary().string().c_str(), CFile::modeCreate | CFile::modeReadWrite))
-            throw Error(PathText(file.Target()), "cannot be created");
+            throw Error(PathText(file.Target()), "cannot be created; is the disk full?");
     }
 
     void Append(i16* stereo, int frames)

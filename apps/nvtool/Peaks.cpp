@@ -51,7 +51,7 @@ PeakState MakePeaks(CPeakFile& peaks, CSoundFile& sound, const PeaksArguments& o
     }
     throw Error(options.file, scanned ? "the peak file could not be written; is there room on the disk?"
                                       : "has no peaks: 8- or 16-bit mono or stereo is needed, and a place for " +
-                                            PathText(place) + " beside it");
+                                            PathText(place) + " beside it, with room on the disk");
 }
 
 void RunPeaks(const PeaksArguments& options)

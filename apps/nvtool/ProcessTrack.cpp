@@ -84,7 +84,8 @@ void CopySound(const fs::path& file, const std::optional<SoundSource>& source, R
         results.song = ReadSong(file);
     std::error_code failure;
     if (!fs::copy_file(isWave || isMp3 ? file : source->DecodedFile(), folder.Add(name), failure))
-        throw Error(PathText(file), "cannot be copied: " + failure.message());
+        throw Error(PathText(file), "cannot be copied to " + PathText(folder.Path() / name) + ": " + failure.message() +
+                                        "; is there room on the disk?");
 }
 
 void ReportSound(const Job& job, const SoundSource& source, ResultFolder& folder, TrackResults& results)

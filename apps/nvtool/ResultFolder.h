@@ -22,6 +22,7 @@ public:
     ResultFolder(const ResultFolder&) = delete;
     ResultFolder& operator=(const ResultFolder&) = delete;
 
+    const std::filesystem::path& Path() const { return folder; }
     // Where to write a result of this name until Install. Throws Error when the name is taken by a file that is not
     // ours.
     std::filesystem::path Add(const std::string& name);

@@ -152,6 +152,24 @@ void CopyAudioImage(const fs::path& image, const fs::path& wav)
     }
 }
 
+void CopyImageSound(const fs::path& image, const fs::path& wav)
+{
+    constexpr int framesPerPiece = 1 << 16;
+    const auto from = OpenSound(image, StreamKind::DiscImage);
+    if (!from)
+        throw Error(PathText(image), "cannot be read");
+    CWaveFile to;
+    if (!to.Open(wav.string().c_str(), CFile::modeCreate | CFile::modeReadWrite))
+        throw Error(PathText(wav), "cannot be created; is the disk full?");
+    to.SetFormat(from->GetFormat());
+    std::vector<u8> piece(size_t{framesPerPiece} * from->GetFormat().nBlockAlign);
+    for (int got = framesPerPiece; got == framesPerPiece;) {
+        got = from->Read(piece.data(), framesPerPiece);
+        if (got > 0 && to.Write(piece.data(), got) != got)
+            throw Error(PathText(wav), "cannot be written; is the disk full?");
+    }
+}
+
 void AddSilenceOptions(CLI::App& command, SilenceOptions& options)
 {
     command

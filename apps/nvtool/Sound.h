@@ -58,6 +58,8 @@ std::optional<std::filesystem::path> SoundBeside(const std::filesystem::path& tr
 
 // Copies the audio of a 2352-byte image, which is nothing but samples, to a new WAV file. Throws Error.
 void CopyAudioImage(const std::filesystem::path& image, const std::filesystem::path& wav);
+// The same of an image with graphics.
+void CopyImageSound(const std::filesystem::path& image, const std::filesystem::path& wav);
 
 struct SilenceOptions {
     double threshold = 0.01; // of full scale

@@ -88,7 +88,7 @@ void RunTag(const TagArguments& options)
             Change(options, report->info, genre);
         const int operation = options.remove ? CMP3Info::removeTag : CMP3Info::writeTag;
         if (!report->info.WriteID3V1(options.file.c_str(), operation) || !report->info.Open(options.file.c_str()))
-            throw Error(options.file, "cannot be written; it is as it was");
+            throw Error(options.file, "cannot be written and is as it was; is there room on the disk?");
     }
     if (options.json)
         return PrintJson({{"file", options.file}, {"tag", TagJson(report->info)}});

@@ -1,5 +1,4 @@
 // nvtool video: a karaoke track as a video file, made by ffmpeg of the renderer's frames and the track's sound.
-#include "BinFile.h"
 #include "CDGRenderer.h"
 #include "Commands.h"
 #include "FFMpeg.h"
@@ -134,8 +133,7 @@ std::optional<fs::path> SoundOf(const VideoArguments& options, const GraphicsInp
         return beside;
     }
     temporary.emplace("sound.wav");
-    if (!CBinFile::ConvertBinToWav(options.track.c_str(), temporary->Path().string().c_str()))
-        throw Error(options.track, "its sound cannot be copied; is the disk full?");
+    CopyImageSound(options.track, temporary->Path());
     return temporary->Path();
 }
 
