@@ -18,6 +18,8 @@ constexpr double shortJump = 5;
 constexpr double longJump = 30;
 constexpr double fade = 0.5;
 
+constexpr u32 highestRate = 768000; // samples a second; what a header tells beyond that is damage
+
 struct PlayArguments {
     std::string file, from, to;
 };
@@ -114,6 +116,9 @@ void RunPlay(const PlayArguments& options)
 {
     CatchInterrupts();
     const auto sound = OpenSound(options.file);
+    if (const u32 rate = sound->GetFormat().nSamplesPerSec; rate > highestRate)
+        throw Error(options.file,
+                    "tells of " + std::to_string(rate) + " samples a second, which no sound device plays");
     const i64 length = sound->GetLength();
     const i64 from = options.from.empty() ? 0 : sound->TimeToSample(ParseTime(options.from, "--from"));
     const i64 to = options.to.empty() ? length : sound->TimeToSample(ParseTime(options.to, "--to"));
