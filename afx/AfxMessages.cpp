@@ -114,8 +114,7 @@ const AFX_MSGMAP* CWnd::GetMessageMap() const
     return GetThisMessageMap();
 }
 
-// ---- What handlers do that are not overridden: what the system does
-// --------------------------------------------------
+// ---- What handlers do that are not overridden: what the system does -------------------------------------------------
 
 int CWnd::OnCreate(LPCREATESTRUCT)
 {

@@ -94,8 +94,7 @@ LRESULT CALLBACK AfxWndProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     return WindowSystem().Default(window, message, wParam, lParam); // its object is gone
 }
 
-// ---- Making and destroying
-// -------------------------------------------------------------------------------------------
+// ---- Making and destroying ------------------------------------------------------------------------------------------
 
 BOOL CWnd::Create(LPCTSTR className, LPCTSTR windowName, DWORD style, const RECT& rect, CWnd* parent, UINT id,
                   void* context)
@@ -158,8 +157,7 @@ BOOL CWnd::DestroyWindow()
     return m_hWnd && WindowSystem().Destroy(m_hWnd);
 }
 
-// ---- Place and looks
-// -------------------------------------------------------------------------------------------------
+// ---- Place and looks ------------------------------------------------------------------------------------------------
 
 void CWnd::GetClientRect(LPRECT rect) const
 {
@@ -257,8 +255,7 @@ void CWnd::UpdateWindow()
     WindowSystem().Update(m_hWnd);
 }
 
-// ---- Pointer, keys and timers
-// ------------------------------------------------------------------------------------------
+// ---- Pointer, keys and timers ---------------------------------------------------------------------------------------
 
 CWnd* CWnd::SetCapture()
 {

@@ -17,8 +17,7 @@ constexpr int fineStepsPerSecond = 100;
 
 } // namespace
 
-// ---- Mouse
-// -----------------------------------------------------------------------------------------------------------
+// ---- Mouse ----------------------------------------------------------------------------------------------------------
 
 void CWaveFileChartWnd::OnLButtonDown(UINT, CPoint point)
 {
@@ -103,8 +102,7 @@ void CWaveFileChartWnd::ScrollRows(i64 byRows)
     MoveView(startPos + by * density); // which takes care of less than a row before the start
 }
 
-// ---- Keys
-// ------------------------------------------------------------------------------------------------------------
+// ---- Keys -----------------------------------------------------------------------------------------------------------
 
 void CWaveFileChartWnd::MovePointer(i64 to)
 {
@@ -159,8 +157,7 @@ void CWaveFileChartWnd::OnKeyDown(UINT key, UINT repeats, UINT)
     }
 }
 
-// ---- Timers
-// ----------------------------------------------------------------------------------------------------------
+// ---- Timers ---------------------------------------------------------------------------------------------------------
 
 void CWaveFileChartWnd::OnTimer(UINT_PTR id)
 {

@@ -60,8 +60,7 @@ int CentreOf(const CRect& band)
 
 } // namespace
 
-// ---- The window's turn
-// -------------------------------------------------------------------------------------------------
+// ---- The window's turn ----------------------------------------------------------------------------------------------
 
 BOOL CWaveFileChartWnd::OnEraseBkgnd(CDC*)
 {
@@ -123,8 +122,7 @@ bool CWaveFileChartWnd::UpdateBuffer()
     return rows->Fill(*soundFile, c_nFillMilliseconds);
 }
 
-// ---- What lies behind the samples
-// --------------------------------------------------------------------------------------
+// ---- What lies behind the samples -----------------------------------------------------------------------------------
 
 void CWaveFileChartWnd::PaintBands(CDib& image)
 {
@@ -171,8 +169,7 @@ void CWaveFileChartWnd::PaintAxis(CDib& image)
     }
 }
 
-// ---- Samples
-// -----------------------------------------------------------------------------------------------------------
+// ---- Samples --------------------------------------------------------------------------------------------------------
 
 void CWaveFileChartWnd::PaintSamples(CDib& image)
 {
@@ -279,8 +276,7 @@ void CWaveFileChartWnd::MakeBrush(const CRect& band)
     }
 }
 
-// ---- The pointer
-// -------------------------------------------------------------------------------------------------------
+// ---- The pointer ----------------------------------------------------------------------------------------------------
 
 CRect CWaveFileChartWnd::GetPointerRect() const
 {

@@ -36,8 +36,7 @@ constexpr i64 largestDensity = i64(1) << 40; // positions in a view of 32,767 ro
 
 } // namespace
 
-// ---- The window
-// ------------------------------------------------------------------------------------------------------
+// ---- The window -----------------------------------------------------------------------------------------------------
 
 CWaveFileChartWnd::CWaveFileChartWnd() : rows(std::make_unique<WaveRows>()) {}
 
@@ -137,8 +136,7 @@ void CWaveFileChartWnd::InvalidateView()
         Invalidate(FALSE);
 }
 
-// ---- The file
-// --------------------------------------------------------------------------------------------------------
+// ---- The file -------------------------------------------------------------------------------------------------------
 
 i64 CWaveFileChartWnd::GetFileLength() const
 {
@@ -168,8 +166,7 @@ void CWaveFileChartWnd::SetSoundFile(CSoundFile* file, bool sameAudio)
     UpdateOverview();
 }
 
-// ---- Positions
-// -------------------------------------------------------------------------------------------------------
+// ---- Positions ------------------------------------------------------------------------------------------------------
 
 void CWaveFileChartWnd::SetDensity(i64 newDensity, bool force)
 {
@@ -233,8 +230,7 @@ void CWaveFileChartWnd::Zoom(int steps, int y)
     MoveView(std::clamp<i64>(frame - density * y, 0, lowest) / density * density);
 }
 
-// ---- Chart and overview
-// ----------------------------------------------------------------------------------------------
+// ---- Chart and overview ---------------------------------------------------------------------------------------------
 
 void CWaveFileChartWnd::SetOverview(CWaveFileOverviewWnd* newOverview)
 {

@@ -40,8 +40,7 @@ constexpr int overviewWheelParts = 8; // a notch moves the frame by this part of
 
 } // namespace
 
-// ---- The window
-// ------------------------------------------------------------------------------------------------------
+// ---- The window -----------------------------------------------------------------------------------------------------
 
 CWaveFileOverviewWnd::CWaveFileOverviewWnd() : rows(std::make_unique<WaveRows>()) {}
 
@@ -98,8 +97,7 @@ void CWaveFileOverviewWnd::OnTimer(UINT_PTR id)
     InvalidateStrip();
 }
 
-// ---- File, frame and pointer
-// -----------------------------------------------------------------------------------------
+// ---- File, frame and pointer ----------------------------------------------------------------------------------------
 
 i64 CWaveFileOverviewWnd::GetFileLength() const
 {
@@ -152,8 +150,7 @@ void CWaveFileOverviewWnd::Notify(int code)
         sink->SendMessage(CWaveFileChartWnd::notifyMessage, static_cast<WPARAM>(code), 0);
 }
 
-// ---- Geometry
-// --------------------------------------------------------------------------------------------------------
+// ---- Geometry -------------------------------------------------------------------------------------------------------
 
 int CWaveFileOverviewWnd::GetOptimumWidth()
 {
@@ -214,8 +211,7 @@ CWaveFileOverviewWnd::HitCode CWaveFileOverviewWnd::HitTest(CPoint point) const
     return hitOutside;
 }
 
-// ---- Mouse
-// -----------------------------------------------------------------------------------------------------------
+// ---- Mouse ----------------------------------------------------------------------------------------------------------
 
 void CWaveFileOverviewWnd::OnLButtonDown(UINT, CPoint point)
 {

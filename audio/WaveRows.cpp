@@ -51,8 +51,7 @@ bool WaveRows::CanShow(const CSoundFile& file)
            (tag == formatExtensible && (bits == 8 || bits == 24));
 }
 
-// ---- What is wanted, and what of it is known
-// -------------------------------------------------------------------------
+// ---- What is wanted, and what of it is known ------------------------------------------------------------------------
 
 /// Of the rows that are known, those that are of use for a view, as rows of that view.
 WaveRows::Range WaveRows::KeptOf(i64 start, i64 newDensity, i64 newLength) const
@@ -99,8 +98,7 @@ void WaveRows::Want(const CSoundFile& file, i64 start, i64 newDensity, int count
     length = newLength;
 }
 
-// ---- Reading
-// ---------------------------------------------------------------------------------------------------------
+// ---- Reading --------------------------------------------------------------------------------------------------------
 
 bool WaveRows::HasPeaks(CSoundFile& file) const
 {

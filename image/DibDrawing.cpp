@@ -68,8 +68,7 @@ CDibDrawing::CDibDrawing(CDib& target, const CRect& within) : picture(&target), 
 {
 }
 
-// ---- Rectangles
-// ------------------------------------------------------------------------------------------------------
+// ---- Rectangles -----------------------------------------------------------------------------------------------------
 
 void CDibDrawing::Fill(const CRect& area, u32 ink)
 {
@@ -139,8 +138,7 @@ void CDibDrawing::Pattern(const CRect& area, const CDib& brush, CPoint origin)
     }
 }
 
-// ---- Lines
-// -----------------------------------------------------------------------------------------------------------
+// ---- Lines ----------------------------------------------------------------------------------------------------------
 
 void CDibDrawing::Horizontal(int y, int x1, int x2, u32 ink)
 {
@@ -188,8 +186,7 @@ void CDibDrawing::Line(CPoint from, CPoint to, u32 ink)
     });
 }
 
-// ---- Many at once
-// ----------------------------------------------------------------------------------------------------
+// ---- Many at once ---------------------------------------------------------------------------------------------------
 
 void CDibDrawing::Spans(std::span<const DibSpan> spans, u32 ink)
 {

@@ -66,8 +66,7 @@ bool WindowTree::Within(HWND window, HWND outer)
     return window != nullptr;
 }
 
-// ---- Making and destroying
-// -------------------------------------------------------------------------------------------
+// ---- Making and destroying ------------------------------------------------------------------------------------------
 
 HWND WindowTree::Create(const CREATESTRUCTA& how, WNDPROC procedure)
 {
@@ -208,8 +207,7 @@ void WindowTree::LetGo(HWND window)
         SetFocus(nullptr);
 }
 
-// ---- Place and looks
-// -------------------------------------------------------------------------------------------------
+// ---- Place and looks ------------------------------------------------------------------------------------------------
 
 void WindowTree::Show(HWND window, int how)
 {
@@ -352,8 +350,7 @@ void WindowTree::SetTitle(HWND window, const char* title)
         screen->SetTitle(window, title ? title : "");
 }
 
-// ---- Who gets the keys and the pointer
-// ---------------------------------------------------------------------------------
+// ---- Who gets the keys and the pointer ------------------------------------------------------------------------------
 
 HWND WindowTree::SetCapture(HWND window)
 {
@@ -406,8 +403,7 @@ HCURSOR WindowTree::SetCursor(HCURSOR newCursor)
     return before;
 }
 
-// ---- Messages
-// ----------------------------------------------------------------------------------------------------------
+// ---- Messages -------------------------------------------------------------------------------------------------------
 
 LRESULT WindowTree::Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {

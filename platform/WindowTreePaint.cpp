@@ -84,8 +84,7 @@ void Fit(Surface& surface, int width, int height)
 
 } // namespace
 
-// ---- What is out of date
-// -----------------------------------------------------------------------------------------------
+// ---- What is out of date --------------------------------------------------------------------------------------------
 
 void WindowTree::Invalidate(HWND window, const RECT* area, bool erase)
 {
@@ -152,8 +151,7 @@ void WindowTree::Update(HWND window)
         Update(child);
 }
 
-// ---- Painting
-// ----------------------------------------------------------------------------------------------------------
+// ---- Painting -------------------------------------------------------------------------------------------------------
 
 void WindowTree::SubtractChildren(std::vector<RECT>& parts, const Window& at, POINT origin)
 {

@@ -126,8 +126,7 @@ bool WindowTree::TakePosted(MSG& message)
     return false;
 }
 
-// ---- Input
-// -------------------------------------------------------------------------------------------------------------
+// ---- Input ----------------------------------------------------------------------------------------------------------
 
 void WindowTree::Happened(const Input& input)
 {
@@ -293,8 +292,7 @@ short WindowTree::KeyState(int virtualKey)
     return virtualKey >= 0 && virtualKey < 256 && down[static_cast<std::size_t>(virtualKey)] ? -0x80 : 0;
 }
 
-// ---- Timers
-// ------------------------------------------------------------------------------------------------------------
+// ---- Timers ---------------------------------------------------------------------------------------------------------
 
 bool WindowTree::SetTimer(HWND window, UINT_PTR id, UINT milliseconds)
 {

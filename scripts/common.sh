@@ -57,3 +57,25 @@ run_tests() {
   fi
   [[ -t 1 ]] || grep -E 'tests passed' "$root/build/$preset-tests.log"
 }
+
+# debian_archive: address and release of the Debian that this machine installs from.
+debian_archive() {
+  # shellcheck disable=SC2016 # apt's own variables
+  apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
+    awk '$3 == "main" && $2 !~ /-/ { print $1, $2; exit }'
+}
+
+# fresh_debian FOLDER LOG [OPTION...]: unpacks a minimal Debian of that release, with debootstrap's OPTIONs.
+fresh_debian() {
+  local folder=$1 log=$2 archive release where apt_proxy='' as_root=()
+  ((EUID == 0)) || as_root=(sudo)
+  where=$(debian_archive)
+  read -r archive release <<<"$where"
+  [[ -n $archive && -n $release ]] || die "apt names no archive to take a Debian from"
+  eval "$(apt-config shell apt_proxy Acquire::http::Proxy)"
+  if ! "${as_root[@]}" env ${apt_proxy:+http_proxy="$apt_proxy"} debootstrap --variant=minbase "${@:3}" "$release" "$folder" \
+    "$archive" >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    die "debootstrap failed; the whole log is $log"
+  fi
+}

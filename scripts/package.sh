@@ -61,19 +61,13 @@ try_installed() {
 step_try_deb() {
   step "The package in a fresh Debian"
   "$root/scripts/setup.sh" base package
-  local fresh where archive release apt_proxy='' as_root=()
+  local fresh as_root=()
   ((EUID == 0)) || as_root=(sudo)
   fresh=$(mktemp -d -p "${TMPDIR:-/var/tmp}" nvlib-fresh-XXXXXX)
   chmod 755 "$fresh" # apt reads as somebody else
   # shellcheck disable=SC2064 # this folder, whatever the name means later
   trap "${as_root[*]} rm -rf '$fresh'" EXIT
-  # shellcheck disable=SC2016 # apt's own variables
-  where=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
-    awk '$3 == "main" && $2 !~ /-/ { print $1, $2; exit }')
-  read -r archive release <<<"$where"
-  eval "$(apt-config shell apt_proxy Acquire::http::Proxy)"
-  "${as_root[@]}" env ${apt_proxy:+http_proxy="$apt_proxy"} debootstrap --variant=minbase "$release" "$fresh" "$archive" \
-    >"$packages/debootstrap.log" 2>&1 || die "debootstrap failed; see out/packages/debootstrap.log"
+  fresh_debian "$fresh" "$packages/debootstrap.log"
   "${as_root[@]}" mkdir -p "$fresh/tmp/package"
   "${as_root[@]}" cp "$packages"/nvlib_*.deb "$root/scripts/package.sh" "$root/scripts/common.sh" "$fresh/tmp/package"
   # shellcheck disable=SC2016 # for the shell that is root

@@ -43,12 +43,9 @@ cross_build() {
 # debian_source PACKAGE: unpacks Debian's own source of it and prints where. Reads the archive that this machine installs
 # from, with lists of its own, so that the machine's are left alone.
 debian_source() {
-  local folder=$cache/sources where options
-  # shellcheck disable=SC2016 # apt's own variables
-  where=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
-    awk '$3 == "main" && $2 !~ /-/ { print "deb-src", $1, $2, $3; exit }')
+  local folder=$cache/sources options
   mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
-  printf '%s\n' "$where" >"$folder/sources.list"
+  printf 'deb-src %s main\n' "$(debian_archive)" >"$folder/sources.list"
   options=(-qq -o "Dir::Etc::SourceList=$folder/sources.list" -o Dir::Etc::SourceParts=/dev/null
     -o "Dir::State::Lists=$folder/lists" -o "Dir::Cache=$folder/cache")
   (cd "$folder" && rm -rf "$1"-* && apt-get "${options[@]}" update && apt-get "${options[@]}" source "$1") \

@@ -41,22 +41,11 @@ else
   as_root=(sudo env "WINEPREFIX=$WINEPREFIX" "WINEDEBUG=$WINEDEBUG" "DISPLAY=${DISPLAY:-}")
 fi
 
-# The archive that this machine installs from, with its release, and the way there.
+# From where this machine installs.
 unpack_debian() {
-  local archive release where apt_proxy=''
-  # shellcheck disable=SC2016 # apt's own variables
-  where=$(apt-get indextargets --format '$(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
-    awk '$3 == "main" && $2 !~ /-/ { print $1, $2; exit }')
-  read -r archive release <<<"$where"
-  [[ -n $archive && -n $release ]] || die "apt names no archive to take a 32-bit Debian from"
-  eval "$(apt-config shell apt_proxy Acquire::http::Proxy)"
   say "Unpacking a 32-bit Debian with Wine into $debian; this happens once and takes a minute or two."
   "${as_root[@]}" rm -rf "$debian.part"
-  if ! "${as_root[@]}" env ${apt_proxy:+http_proxy="$apt_proxy"} debootstrap --arch=i386 --variant=minbase \
-    --include=wine,wine32 "$release" "$debian.part" "$archive" >"$cache/debootstrap.log" 2>&1; then
-    tail -n 20 "$cache/debootstrap.log" >&2
-    die "debootstrap failed; the whole log is $cache/debootstrap.log"
-  fi
+  fresh_debian "$debian.part" "$cache/debootstrap.log" --arch=i386 --include=wine,wine32
   "${as_root[@]}" find "$debian.part/var/cache/apt/archives" -name '*.deb' -delete
   "${as_root[@]}" mv "$debian.part" "$debian"
 }

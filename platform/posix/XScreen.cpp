@@ -129,8 +129,7 @@ HWND XScreen::Find(::Window window) const
     return nullptr;
 }
 
-// ---- Windows
-// -----------------------------------------------------------------------------------------------------------
+// ---- Windows --------------------------------------------------------------------------------------------------------
 
 bool XScreen::Open(HWND top, HWND owner, RECT& place, bool placeGiven)
 {
@@ -215,8 +214,7 @@ void XScreen::SetCursor(HWND top, HCURSOR cursor)
     x.Flush(display);
 }
 
-// ---- Pixels
-// ------------------------------------------------------------------------------------------------------------
+// ---- Pixels ---------------------------------------------------------------------------------------------------------
 
 void XScreen::Present(HWND top, const Surface& surface, const RECT& part)
 {
@@ -266,8 +264,7 @@ void XScreen::Put(const Shown& shown, const RECT& wanted)
     x.Flush(display);
 }
 
-// ---- What happens
-// ------------------------------------------------------------------------------------------------------
+// ---- What happens ---------------------------------------------------------------------------------------------------
 
 void XScreen::Collect(std::deque<Input>& happened)
 {
