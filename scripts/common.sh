@@ -9,8 +9,8 @@ cores=$(nproc 2>/dev/null || echo 2)
 # Unchanged sources are not compiled twice where ccache is installed; it keeps its files outside the tree.
 if [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER:-} ]] && command -v ccache >/dev/null; then
   export CMAKE_CXX_COMPILER_LAUNCHER=ccache
-  # What was compiled in one checkout serves in another.
-  export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+  # What was compiled in one checkout serves in another; nothing is preprocessed only to find out that it is new.
+  export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_DEPEND=1
 fi
 
 say() { printf '%s\n' "$*"; }
