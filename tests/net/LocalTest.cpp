@@ -172,7 +172,7 @@ TEST_F(LocalTest, TheIndexSeesWhatChanges)
     EXPECT_EQ(Query(client), Found{"rock:changed"});
     Put("blues", Hex(discId), TextOf(discId, "new folder"));
     EXPECT_EQ(Query(client), (Found{"blues:new folder", "rock:changed"}));
-    // Folders whose times lie back are not listed again, until these change.
+    // Where a folder's time can be set back, it is then not listed again until it changes.
     for (const char* const name : {"", "rock", "blues"})
         ASSERT_TRUE(SetFolderTimeBack(folder.Path(name).c_str(), 3600));
     EXPECT_EQ(Query(client).size(), 2u);
@@ -192,8 +192,7 @@ TEST_F(LocalTest, KeptHeadsAreGivenUpWhereOneNoLongerTellsItsRecord)
     };
     put("blues", "far", {150, 10'400});
     put("rock", "near", {150, 10'001});
-    std::this_thread::sleep_for(
-        std::chrono::milliseconds(3100)); // until then a record may be half-written: none is kept
+    std::this_thread::sleep_for(std::chrono::milliseconds(3100)); // until then it may be half-written: no head is kept
     CCDDB client;
     for (int asked = 0; asked < 3; ++asked)
         EXPECT_EQ(Query(client), (Found{"rock:near", "blues:far"})) << asked;
