@@ -347,7 +347,8 @@ bool CMP3OutFile::Finish()
 
 /// Gives the encoder back when there will be no file. It goes with the frame that it fills in, nowhere else, and some
 /// modules ask the user about a file that has no room for that: the unwanted file becomes bytes that pass for frames
-/// or, where its disk or its folder has gone, another one does.
+/// or, where its disk or its folder has gone, another one does. Where no file can be had at all, the encoder stays with
+/// the module, which keeps the one that was closed last.
 void CMP3OutFile::ReleaseEncoder()
 {
     if (!stream)
@@ -363,10 +364,11 @@ void CMP3OutFile::ReleaseEncoder()
                  file.Open(standIn.c_str(), CFile::modeReadWrite | CFile::shareExclusive) && FillWithFrames(file);
         path = standIn;
     }
-    if (passes) {
+    {
         const std::lock_guard hold(closing);
         entries.beCloseStream(stream);
-        entries.beWriteVBRHeader(path.c_str());
+        if (passes)
+            entries.beWriteVBRHeader(path.c_str());
     }
     if (!standIn.empty())
         Succeeds([&] { CFile::Remove(standIn.c_str()); });
