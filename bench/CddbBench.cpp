@@ -7,7 +7,7 @@
 //   query_fresh      a new client's first question, without an index, as a program meets it that asks once
 //   query_fresh_ranges  the same where all records are in range files, in which such a question does not look
 //   query_new        a client that keeps an index is asked for a disc whose candidates it has not seen: it reads them
-//   all query_again      the same for a disc that it was asked for before; the folders' times are looked at each time
+//   query_again      the same for a disc that it was asked for before; the folders' times are looked at each time
 //   index            the second question of a client, in which the index is made
 //   range_fresh      Read from range files by a new client
 #include "CDDB.h"
@@ -95,37 +95,31 @@ void query_fresh_ranges(benchmark::State& state)
     AskFresh(state, "NVLIB_BENCH_CDDB_RANGES");
 }
 
-/// Two questions: the index is made at the second one.
-void MakeIndex(CCDDB& client, const char* tree)
+/// By a client that has its index, which is made at the second question.
+void AskWithIndex(benchmark::State& state, bool askedBefore)
 {
+    const char* const tree = Tree(state, "NVLIB_BENCH_CDDB");
+    if (!tree)
+        return;
+    CCDDB client;
     std::vector<CCDDBRecord> records;
+    const auto ask = [&](const Disc& disc) { return client.QueryLocal(tree, disc.id, disc.offsets, records); };
     for (int i = 0; i < 2; ++i)
-        client.QueryLocal(tree, Discs()[0].id, Discs()[0].offsets, records);
+        ask(Discs()[0]);
+    if (askedBefore)
+        for (const Disc& disc : Discs())
+            ask(disc);
+    AskForAll(state, ask);
 }
 
 void query_new(benchmark::State& state)
 {
-    const char* const tree = Tree(state, "NVLIB_BENCH_CDDB");
-    if (!tree)
-        return;
-    CCDDB client;
-    std::vector<CCDDBRecord> records;
-    MakeIndex(client, tree);
-    AskForAll(state, [&](const Disc& disc) { return client.QueryLocal(tree, disc.id, disc.offsets, records); });
+    AskWithIndex(state, false);
 }
 
 void query_again(benchmark::State& state)
 {
-    const char* const tree = Tree(state, "NVLIB_BENCH_CDDB");
-    if (!tree)
-        return;
-    CCDDB client;
-    std::vector<CCDDBRecord> records;
-    MakeIndex(client, tree);
-    const auto ask = [&](const Disc& disc) { return client.QueryLocal(tree, disc.id, disc.offsets, records); };
-    for (const Disc& disc : Discs())
-        ask(disc);
-    AskForAll(state, ask);
+    AskWithIndex(state, true);
 }
 
 void index(benchmark::State& state)

@@ -50,9 +50,7 @@ Print Print::OfStream(const fs::path& file)
 
 void Print::Save(const fs::path& target) const
 {
-    OutputFile file(target);
-    file.Write(bytes.data(), bytes.size());
-    file.Commit();
+    OutputFile::WriteWhole(target, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 Print Print::OfAny(const fs::path& file)

@@ -9,11 +9,11 @@ run on it: as many of these as --runs says, chosen at random. The exit code must
 be told in words and leave no file, and time and memory stay within bounds. Then what writes is killed and given too little
 room: see damage_writers.py.
 
---full makes all of these runs, by a program that stays loaded: SERVER is the library that
-tests/platform/ForkServer.cpp makes (ninja fork_server). A process takes
-many runs there; with --memory it takes one, within a limit of its memory (not for builds with sanitisers). --part K/N takes
-every Nth run from the Kth on, for work in pieces, in random order, and --stop ends it after so many seconds; SPARSE commands are run on every so many damages only. Standard output tells
-of each command how often it ran, and what it took. FOLDER is for the files; what broke something stays there."""
+--full makes all of these runs, by a program that stays loaded: SERVER is the library that tests/platform/ForkServer.cpp makes
+(ninja fork_server). A process takes many runs there; with --memory it takes one, within a limit of its memory (not for builds
+with sanitisers). --part K/N takes every Nth run from the Kth on, for work in pieces, in random order, and --stop ends it after
+so many seconds; SPARSE commands are run on every so many damages only. Standard output tells of each command how often it ran,
+and what it took. FOLDER is for the files; what broke something stays there."""
 import argparse
 import collections
 import os
@@ -110,8 +110,8 @@ class Damage:
         options = ":".join(filter(None, [os.environ.get("ASAN_OPTIONS"), f"exitcode={SANITISED}:quarantine_size_mb=32"]))
         undefined = ":".join(filter(None, [os.environ.get("UBSAN_OPTIONS"), f"exitcode={SANITISED}"]))
         leaks = "print_suppressions=0:suppressions=" + os.path.join(self.folder, "leaks")
-        return dict(os.environ, ASAN_OPTIONS=options, LSAN_OPTIONS=leaks, UBSAN_OPTIONS=undefined, NVTOOL_FFMPEG="", TMPDIR=place + ".tmp",
-                    HOME=place, XDG_CONFIG_HOME=place + "/settings", XDG_CACHE_HOME=place + "/user-cache",
+        return dict(os.environ, ASAN_OPTIONS=options, LSAN_OPTIONS=leaks, UBSAN_OPTIONS=undefined, NVTOOL_FFMPEG="",
+                    TMPDIR=place + ".tmp", HOME=place, XDG_CONFIG_HOME=place + "/settings", XDG_CACHE_HOME=place + "/user-cache",
                     XDG_DATA_HOME=place + "/user-data")
 
     def cases(self):
