@@ -100,22 +100,22 @@ bool ArchiveDownload::ShouldStop(double total, double now)
     return *cancelled && (*cancelled)();
 }
 
-/// One request. Gives the server's code.
-long ArchiveDownload::Attempt(bool& complete)
+/// One request.
+ArchiveDownload::Outcome ArchiveDownload::Attempt()
 {
-    complete = begun = false;
+    begun = false;
     const std::string state = ReadNote();
     const bool isOpen = file.Open(path.c_str(), CFile::modeCreate | CFile::modeNoTruncate | CFile::modeReadWrite |
                                                     CFile::shareExclusive) != FALSE;
     offset = 0;
     if (!isOpen || !Succeeds([&] { offset = state.empty() ? 0 : file.GetLength(); })) {
         failure = path + " cannot be written";
-        return 0;
+        return Outcome::failed;
     }
     const CurlHandle curl(url.c_str());
     if (!curl) {
         failure = "no transfer can be made";
-        return 0;
+        return Outcome::failed;
     }
     Calls calls{this, &curl};
     std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(nullptr, &curl_slist_free_all);
@@ -138,10 +138,12 @@ long ArchiveDownload::Attempt(bool& complete)
     curl.Set(CURLOPT_XFERINFODATA, &calls);
     const CURLcode result = curl.Perform();
     const bool closed = Succeeds([&] { file.Close(); });
-    complete = result == CURLE_OK && closed && begun;
-    if (!complete)
-        failure = result == CURLE_OK ? "nothing came" : curl_easy_strerror(result);
-    return curl.ResponseCode();
+    if (result == CURLE_OK && closed && begun)
+        return Outcome::complete;
+    failure = result == CURLE_OK ? "nothing came" : curl_easy_strerror(result);
+    // As much is here as the server has, or more: some servers refuse then, others send an empty rest.
+    const bool nothingLeft = curl.ResponseCode() == rangeRefused || (result == CURLE_OK && !begun);
+    return offset > 0 && nothingLeft ? Outcome::nothingLeft : Outcome::failed;
 }
 
 bool ArchiveDownload::Run(const std::function<void(double)>& progressCallback,
@@ -149,17 +151,16 @@ bool ArchiveDownload::Run(const std::function<void(double)>& progressCallback,
 {
     progress = &progressCallback;
     cancelled = &cancelCallback;
-    bool complete = false;
-    const long code = Attempt(complete);
-    if (!complete && code == rangeRefused && offset > 0) { // there is more here than the server has
+    Outcome outcome = Attempt();
+    if (outcome == Outcome::nothingLeft) {
         file.Abort();
         Forget();
-        Attempt(complete);
+        outcome = Attempt();
     }
     file.Abort();
     if (thrown)
         std::rethrow_exception(thrown);
-    return complete;
+    return outcome == Outcome::complete;
 }
 
 void ArchiveDownload::Forget() const

@@ -28,7 +28,8 @@ public:
 
 private:
     struct Calls;
-    long Attempt(bool& complete);
+    enum class Outcome { complete, failed, nothingLeft };
+    Outcome Attempt();
     bool TakeHeader(std::string_view line);
     bool TakeBytes(const char* bytes, std::size_t count, long code);
     bool ShouldStop(double total, double now);

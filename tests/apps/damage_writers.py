@@ -70,6 +70,9 @@ class SlowServer(http.server.BaseHTTPRequestHandler):
 
     def do_GET(self):
         start = int((re.match(r"bytes=(\d+)-", self.headers.get("Range", "")) or [0, 0])[1])
+        if start >= len(self.archive):
+            self.send_error(416)
+            return
         self.send_response(206 if start else 200)
         self.send_header("Content-Length", str(len(self.archive) - start))
         self.send_header("ETag", '"one"')

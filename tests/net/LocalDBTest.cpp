@@ -159,7 +159,7 @@ TEST_F(LocalDBTest, FetchingGoesOnFromWhereItStopped)
 {
     MakeArchive(folder.Path("a"), {{"rock/0000000a", Noise(2, 400000)}});
     std::string file = folder.Read("a");
-    std::string tag = "\"v1\"", asked;
+    std::string tag = "\"v1\"", asked, after = "206 Partial";
     std::size_t cut = 150000;
     bool knowsRanges = true;
     TestServer server([&](Connection& c) {
@@ -167,9 +167,12 @@ TEST_F(LocalDBTest, FetchingGoesOnFromWhereItStopped)
         const std::size_t at = asked.find("Range: bytes=");
         const bool same = asked.find("If-Range: " + tag + "\r\n") != std::string::npos;
         std::size_t from = knowsRanges && same && at != std::string::npos ? std::stoul(asked.substr(at + 13)) : 0;
-        c.Send("HTTP/1.1 " + std::string(from ? "206 Partial" : "200 OK") + "\r\nETag: " + tag +
-               "\r\nContent-Length: " + std::to_string(file.size() - from) + "\r\nConnection: close\r\n\r\n" +
-               file.substr(from, cut));
+        c.Send("HTTP/1.1 " +
+               (from == file.size() ? after
+                : from              ? "206 Partial"
+                                    : "200 OK") +
+               "\r\nETag: " + tag + "\r\nContent-Length: " + std::to_string(file.size() - from) +
+               "\r\nConnection: close\r\n\r\n" + file.substr(from, cut));
     });
     const std::string out = folder.Path("out");
     const auto fetch = [&](const CCDDB::CancelCallback& cancelled = {}) {
@@ -202,6 +205,16 @@ TEST_F(LocalDBTest, FetchingGoesOnFromWhereItStopped)
         EXPECT_NE(fetch(), "");
         EXPECT_TRUE(Everything() == (std::map<std::string, std::string>{{"freedbkar.7z", file}}));
     }
+    // Stopped between the last byte and the new name. A server says that nothing is left, or sends nothing.
+    knowsRanges = true;
+    for (const bool refuses : {true, false}) {
+        fs::rename(out + "/freedbkar.7z", out + "/freedbkar.7z.part");
+        folder.Write("out/freedbkar.7z.part.from", std::string(CCDDB::c_szLocalDBURL) + "\n" + tag + "\n");
+        after = refuses ? "416 Range Not Satisfiable" : "206 Partial";
+        EXPECT_NE(fetch(), "");
+        EXPECT_TRUE(Everything() == (std::map<std::string, std::string>{{"freedbkar.7z", file}}));
+    }
+
     const std::string good = file;
     file = "<html>not here</html>";
     EXPECT_EQ(fetch(), "");
