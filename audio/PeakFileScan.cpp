@@ -113,11 +113,12 @@ int CPeakFile::AllocateBuffers()
     const i64 stretchBytes = std::min(totalBytes, cap);
     stretchSectors = std::max<i64>(1, stretchBytes / sectorBytes + (stretchBytes < cap ? 1 : 0));
 
-    const i64 mostBytes = std::min<i64>(cap, scanPieceBytes);
-    const i64 wholeSectors = mostBytes / sectorBytes;
-    pieceFrames =
-        static_cast<int>(std::max<i64>(1, wholeSectors > 0 ? wholeSectors * sectorSize : mostBytes / FrameBytes()));
-    inputSize = pieceFrames * std::max<int>(FrameBytes(), source->GetBlockAlign());
+    // A file may say that its frames lie further apart than its samples need, by up to 64 KiB.
+    const int frameBytes = std::max<int>(FrameBytes(), source->GetBlockAlign());
+    const i64 mostFrames = std::min<i64>(cap, scanPieceBytes) / frameBytes;
+    const i64 wholeSectors = mostFrames / sectorSize;
+    pieceFrames = static_cast<int>(std::max<i64>(1, wholeSectors > 0 ? wholeSectors * sectorSize : mostFrames));
+    inputSize = pieceFrames * frameBytes;
     outputSize = static_cast<int>(std::max<i64>(1, wholeSectors)) * GetStructSize();
     try {
         inputBuffer.assign(static_cast<std::size_t>(inputSize), 0);

@@ -78,6 +78,24 @@ TEST(PeakFile, HasTheBytesOfTheFormatsPage)
     EXPECT_EQ(BytesOf(peaks), page);
 }
 
+/// As a damaged header may say: memory for what is read at a time stays small, and does not overflow.
+TEST(PeakFile, FramesMayLieFarApart)
+{
+    std::mt19937 random(3);
+    const Bytes samples = RandomFrames(random, formats[0], 321);
+    for (const std::size_t apart : {std::size_t{7}, std::size_t{0xFF01}}) {
+        ByteSound sound(formats[0], Bytes(samples.size() * apart));
+        for (std::size_t k = 0; k < samples.size(); ++k)
+            sound.audio[k * apart] = samples[k];
+        WAVEFORMATEX described = formats[0].Wave();
+        described.nBlockAlign = static_cast<WORD>(apart);
+        sound.SetFormat(described);
+        CPeakFile peaks;
+        ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, never), 1);
+        EXPECT_EQ(BytesOf(peaks), PlainPeakFile(samples, formats[0], 100)) << apart;
+    }
+}
+
 TEST(PeakFile, IsTheSameWithTwoLanes)
 {
     const TempFolder folder;
