@@ -7,17 +7,17 @@ using NV::WindowSystem;
 
 namespace {
 
-struct Current {
+struct HandledMessage {
     UINT message = WM_NULL;
     WPARAM wParam = 0;
     LPARAM lParam = 0;
 };
 
 /// What is being handled, for Default().
-Current& Handled()
+HandledMessage& Handled()
 {
-    static thread_local Current current;
-    return current;
+    static thread_local HandledMessage now;
+    return now;
 }
 
 /// Sets it for a scope; messages may be sent while others are handled.
@@ -29,7 +29,7 @@ public:
     Handling& operator=(const Handling&) = delete;
 
 private:
-    Current before;
+    HandledMessage before;
 };
 
 } // namespace
@@ -97,8 +97,8 @@ LRESULT CWnd::DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 
 LRESULT CWnd::Default()
 {
-    const Current current = Handled();
-    return DefWindowProc(current.message, current.wParam, current.lParam);
+    const HandledMessage now = Handled();
+    return DefWindowProc(now.message, now.wParam, now.lParam);
 }
 
 // The root of all message maps handles nothing.

@@ -2,6 +2,7 @@
 #include "LoudMask.h"
 
 #include "CpuFeatures.h"
+#include "MaskBits.h"
 
 #include <algorithm>
 #include <emmintrin.h>
@@ -24,18 +25,13 @@ struct LoudTest {
     }
 };
 
-u64 Bits(__m128i bytes)
-{
-    return static_cast<u64>(static_cast<u32>(_mm_movemask_epi8(bytes)));
-}
-
 void MonoMasks(u64* masks, const i16* samples, i64 words, int level)
 {
     const LoudTest loud(level);
     for (i64 word = 0; word < words; ++word) {
         u64 mask = 0;
         for (int part = 0; part < maskFrames; part += 16, samples += 16)
-            mask |= Bits(_mm_packs_epi16(loud(samples), loud(samples + 8))) << part;
+            mask |= MaskBits(_mm_packs_epi16(loud(samples), loud(samples + 8))) << part;
         masks[word] = mask;
     }
 }
@@ -50,7 +46,7 @@ void StereoMasks(u64* masks, const i16* samples, i64 words, int level)
         for (int part = 0; part < maskFrames; part += 16, samples += 32) {
             const __m128i first = _mm_packs_epi32(quiet(samples), quiet(samples + 8));
             const __m128i second = _mm_packs_epi32(quiet(samples + 16), quiet(samples + 24));
-            mask |= Bits(_mm_packs_epi16(first, second)) << part;
+            mask |= MaskBits(_mm_packs_epi16(first, second)) << part;
         }
         masks[word] = ~mask;
     }

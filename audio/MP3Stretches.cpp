@@ -16,7 +16,7 @@ namespace NV {
 namespace {
 
 // MP3 frames. The encoder has long forgotten its start by the first place where a joint is tried.
-constexpr i64 leadIn = 256;
+constexpr i64 encoderLead = 256;
 constexpr i64 tryOver = 128;
 constexpr i64 tail = 8;
 constexpr i64 shortest = 1024;
@@ -25,8 +25,8 @@ constexpr i64 shortest = 1024;
 // would never be the same.
 constexpr i64 paddingPeriod = 49;
 
-constexpr std::size_t pieceBytes = 256 << 10;
-constexpr std::size_t headBytes = 8; // of a frame: as much as tells all that is asked here
+constexpr std::size_t copiedAtOnce = 256 << 10;
+constexpr std::size_t frameHeadBytes = 8; // of a frame: as much as tells all that is asked here
 
 /// One frame in its file.
 struct Frame {
@@ -75,17 +75,17 @@ public:
         if (!file.Open(path.c_str(), CFile::modeRead | CFile::shareDenyWrite))
             return false;
         const i64 length = static_cast<i64>(file.GetLength());
-        std::vector<u8> piece(pieceBytes);
+        std::vector<u8> piece(copiedAtOnce);
         i64 pieceAt = 0, pieceSize = 0;
         for (i64 at = 0; at < length;) {
             Frame frame;
-            if (at + i64{headBytes} > pieceAt + pieceSize) {
+            if (at + i64{frameHeadBytes} > pieceAt + pieceSize) {
                 file.Seek(at, CFile::begin);
                 pieceAt = at;
                 pieceSize = file.Read(piece.data(), static_cast<UINT>(piece.size()));
             }
-            if (pieceSize - (at - pieceAt) < i64{headBytes} || !ReadFrameHead(piece.data() + (at - pieceAt), frame) ||
-                frame.bytes > length - at)
+            if (pieceSize - (at - pieceAt) < i64{frameHeadBytes} ||
+                !ReadFrameHead(piece.data() + (at - pieceAt), frame) || frame.bytes > length - at)
                 return false;
             frame.at = at;
             all.push_back(frame);
@@ -188,7 +188,7 @@ public:
             frames.back().at += base - source;
         }
         for (i64 done = 0; done < length;) {
-            const std::vector<u8> piece = from.Read(source + done, std::min<i64>(pieceBytes, length - done));
+            const std::vector<u8> piece = from.Read(source + done, std::min<i64>(copiedAtOnce, length - done));
             file.Write(piece.data(), static_cast<UINT>(piece.size()));
             done += static_cast<i64>(piece.size());
         }
@@ -237,7 +237,7 @@ u16 Sum16(const u8* bytes, std::size_t count, u16 sum)
 
 u16 JoinedStream::SumOfFrames()
 {
-    std::vector<u8> piece(pieceBytes);
+    std::vector<u8> piece(copiedAtOnce);
     u16 sum = 0;
     file.Seek(static_cast<i64>(tagFrame.size()), CFile::begin);
     while (const UINT got = file.Read(piece.data(), static_cast<UINT>(piece.size())))
@@ -319,7 +319,7 @@ bool MP3Stretches::Plan(const CSoundFile& sound, const BE_CONFIG& config, const 
             if (MakeTemporaryBeside(newTarget, stretch.path))
                 return false;
             stretch.joint = total * static_cast<i64>(k) / count;
-            stretch.fromFrame = (stretch.joint - leadIn) / paddingPeriod * paddingPeriod;
+            stretch.fromFrame = (stretch.joint - encoderLead) / paddingPeriod * paddingPeriod;
             stretches[k - 1].toSample = (stretch.joint + tail) * frame.samples;
         }
         stretch.fromSample = stretch.fromFrame * frame.samples;

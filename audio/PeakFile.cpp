@@ -257,7 +257,8 @@ i64 CPeakFile::GetNrOfSectorsInPF() const
 {
     i64 bytes = 0;
     Succeeds([&] { bytes = static_cast<i64>(GetLength()) - headerBytes; });
-    return bytes > 0 ? bytes / GetStructSize() : 0;
+    const int record = GetStructSize(); // 0 before there are peaks
+    return bytes > 0 && record > 0 ? bytes / record : 0;
 }
 
 int CPeakFile::SetPos(i64 frame)

@@ -90,7 +90,7 @@ void CPeakFile::FillSearchBuffer(long& records)
 const u8* CPeakFile::FindRecords(i64 first, i64 wanted, bool ahead, i64& found)
 {
     if (first < windowFirst || first >= windowFirst + windowCount) {
-        const i64 room = inputSize / GetStructSize();
+        const i64 room = inputSize / std::max(1, GetStructSize());
         windowFirst = room >= groupRecords ? first / groupRecords * groupRecords : first;
         windowCount = 0;
         long records = static_cast<long>(ahead ? room : std::min(room, groupRecords));

@@ -2,9 +2,8 @@
 #include "PeakKernel.h"
 
 #include "CpuFeatures.h"
+#include "MaskBits.h"
 #include "PeakKernelBody.h"
-
-#include <emmintrin.h>
 
 namespace NV {
 namespace {
@@ -15,11 +14,6 @@ __m128i FoldPairs(__m128i v, Operation operation)
 {
     v = operation(v, _mm_shuffle_epi32(v, 0x4E));
     return operation(v, _mm_shuffle_epi32(v, 0xB1));
-}
-
-u64 Bits(__m128i bytes)
-{
-    return static_cast<u64>(static_cast<u32>(_mm_movemask_epi8(bytes)));
 }
 
 __m128i VectorAt(const u8* samples, int vector)
@@ -53,7 +47,7 @@ struct Samples16 {
         const auto equal = [&](int k) { return _mm_cmpeq_epi16(VectorAt(at, k), wanted); };
         u64 hits = 0;
         for (int k = 0; k < wordVectors; k += 2)
-            hits |= Bits(_mm_packs_epi16(equal(k), equal(k + 1))) << 8 * k;
+            hits |= MaskBits(_mm_packs_epi16(equal(k), equal(k + 1))) << 8 * k;
         return hits;
     }
 };
@@ -87,7 +81,7 @@ struct Samples8 {
     {
         u64 hits = 0;
         for (int k = 0; k < wordVectors; ++k)
-            hits |= Bits(_mm_cmpeq_epi8(VectorAt(at, k), wanted)) << 16 * k;
+            hits |= MaskBits(_mm_cmpeq_epi8(VectorAt(at, k), wanted)) << 16 * k;
         return hits;
     }
 };

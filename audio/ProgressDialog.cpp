@@ -5,8 +5,11 @@ std::function<std::unique_ptr<CProgressDialog>()> CProgressDialog::c_pCreate;
 
 std::unique_ptr<CProgressDialog> CProgressDialog::Make()
 {
-    std::unique_ptr<CProgressDialog> made = c_pCreate ? c_pCreate() : nullptr;
-    return made ? std::move(made) : std::make_unique<CProgressDialog>();
+    if (c_pCreate) {
+        if (std::unique_ptr<CProgressDialog> made = c_pCreate())
+            return made;
+    }
+    return std::make_unique<CProgressDialog>();
 }
 
 CProgressDialog::~CProgressDialog() = default;

@@ -13,8 +13,8 @@ using namespace NV;
 
 namespace {
 
-constexpr int pieceFrames = 1 << 16; // 256 KiB of stereo
-constexpr i64 mostFrames = std::numeric_limits<int>::max();
+constexpr int scanPiece = 1 << 16; // 256 KiB of stereo
+constexpr i64 mostScanFrames = std::numeric_limits<int>::max();
 
 /// Beyond its ends the level makes every frame loud, or none.
 int LevelOf(double threshold)
@@ -47,14 +47,14 @@ class LoudPieces {
 public:
     LoudPieces(CSoundFile& source, int loudLevel)
         : file(source), level(loudLevel), channels(source.GetChannels()),
-          samples(static_cast<std::size_t>(pieceFrames * channels)), masks(pieceFrames / maskFrames)
+          samples(static_cast<std::size_t>(scanPiece * channels)), masks(scanPiece / maskFrames)
     {
     }
 
     /// Reads on, at most a piece. Returns the frames that came.
     int Next(i64 wanted)
     {
-        const int asked = static_cast<int>(std::min<i64>(wanted, pieceFrames));
+        const int asked = static_cast<int>(std::min<i64>(wanted, scanPiece));
         const int got = std::min(file.Read(samples.data(), asked), asked);
         FindLoudFrames(masks.data(), samples.data(), got, channels, level);
         words = (got + maskFrames - 1) / maskFrames;
@@ -95,10 +95,10 @@ CSoundFile::SilenceList CSoundFile::ScanForSilence(double threshold, double minS
 {
     const int level = LevelOf(threshold);
     SilenceRuns runs = RunsOf(minSeconds, sampleRate);
-    std::vector<u64> masks(pieceFrames / maskFrames);
-    const i64 count = std::min<i64>(static_cast<i64>(samples.size()), mostFrames);
-    for (i64 at = 0; at < count; at += pieceFrames) {
-        const i64 frames = std::min<i64>(pieceFrames, count - at);
+    std::vector<u64> masks(scanPiece / maskFrames);
+    const i64 count = std::min<i64>(static_cast<i64>(samples.size()), mostScanFrames);
+    for (i64 at = 0; at < count; at += scanPiece) {
+        const i64 frames = std::min<i64>(scanPiece, count - at);
         FindLoudFrames(masks.data(), samples.data() + at, frames, 1, level);
         runs.Add(masks.data(), frames);
     }
@@ -120,10 +120,10 @@ CSoundFile::SilenceList CSoundFile::ScanFileForSilence(double threshold, double 
     SilenceRuns runs = RunsOf(minSeconds, format.nSamplesPerSec);
     LoudPieces pieces(*this, LevelOf(threshold));
     // Asking for no more than the length lets a partial sector at the end of a disc image take part.
-    for (i64 left = std::min(GetLength(), mostFrames); left > 0;) {
+    for (i64 left = std::min(GetLength(), mostScanFrames); left > 0;) {
         const int got = pieces.Next(left);
         runs.Add(pieces.Masks(), got);
-        left = got < std::min<i64>(left, pieceFrames) ? 0 : left - got;
+        left = got < std::min<i64>(left, scanPiece) ? 0 : left - got;
     }
     return runs.Finish();
 }
@@ -136,7 +136,7 @@ int CSoundFile::ScanForFirstSound(double threshold)
     if (Seek(0, 0) != 0)
         return -1;
     LoudPieces pieces(*this, LevelOf(threshold));
-    const i64 length = std::min(GetLength(), mostFrames);
+    const i64 length = std::min(GetLength(), mostScanFrames);
     for (i64 at = 0; at < length;) {
         const int got = pieces.Next(length - at);
         if (const int found = pieces.First(); found >= 0)
@@ -154,8 +154,8 @@ int CSoundFile::ScanForLastSound(double threshold)
         return -1;
     const PositionKeeper keeper(*this);
     LoudPieces pieces(*this, LevelOf(threshold));
-    for (i64 end = std::min(GetLength(), mostFrames); end > 0;) {
-        const i64 begin = std::max<i64>(0, end - pieceFrames);
+    for (i64 end = std::min(GetLength(), mostScanFrames); end > 0;) {
+        const i64 begin = std::max<i64>(0, end - scanPiece);
         if (Seek(begin, 0) != begin)
             return -1;
         pieces.Next(end - begin);

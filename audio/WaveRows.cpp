@@ -14,7 +14,7 @@ namespace {
 
 constexpr i16 emptyMinimum = 32767, emptyMaximum = -32768;
 constexpr int formatPcm = 1, formatFloat = 3, formatExtensible = 0xFFFE;
-constexpr int pieceBytes = 256 << 10;
+constexpr int mostPieceBytes = 256 << 10;
 
 /// One sample on the 16-bit scale.
 i16 ToSixteen(const u8* sample, int bits, bool isFloat)
@@ -199,8 +199,8 @@ int WaveRows::ReadFrames(CSoundFile& file, i64 from, i64 framesPerRow, int count
     const bool isFloat = file.GetFormat().wFormatTag == formatFloat;
     if (file.Seek(from, 0) != from)
         return 0;
-    piece.resize(static_cast<std::size_t>(std::max(pieceBytes, frameBytes)));
-    const int mostFrames = std::max(1, pieceBytes / frameBytes);
+    piece.resize(static_cast<std::size_t>(std::max(mostPieceBytes, frameBytes)));
+    const int mostFrames = std::max(1, mostPieceBytes / frameBytes);
     i64 inRow = 0;
     int row = 0;
     while (row < count) {

@@ -12,7 +12,7 @@ using namespace NV;
 
 namespace {
 
-constexpr int pieceFrames = static_cast<int>(sectorFrames * sectorsPerPiece);
+constexpr int framesPerPiece = static_cast<int>(sectorFrames * sectorsPerPiece);
 
 /// The image is asked for its audio in requests of this many frames. The size shows at the end: a partial sector counts
 /// if a request ends within it. Smaller pieces must therefore end where sectors or these requests do.
@@ -31,9 +31,9 @@ bool CBinFile::ConvertBinToWav(const char* binPath, const char* wavPath)
         !wav.Open(wavPath, CFile::modeCreate | CFile::modeReadWrite))
         return false;
     wav.SetFormat(bin.GetFormat());
-    std::vector<u8> piece(static_cast<std::size_t>(pieceFrames * audioFrame));
+    std::vector<u8> piece(static_cast<std::size_t>(framesPerPiece * audioFrame));
     for (i64 at = 0;;) {
-        const i64 toSectorEnd = pieceFrames - at % sectorFrames;
+        const i64 toSectorEnd = framesPerPiece - at % sectorFrames;
         const int asked = static_cast<int>(std::min(toSectorEnd, requestFrames - at % requestFrames));
         const int got = bin.Read(piece.data(), asked);
         if (got > 0 && wav.Write(piece.data(), got) < got)
@@ -52,10 +52,10 @@ bool CBinFile::WriteWavToBin(const char* wavPath, const char* binPath)
     CWaveFile wav;
     if (!bin.Open(binPath, existing) || !wav.Open(wavPath, source) || wav.GetBlockAlign() != audioFrame)
         return false;
-    std::vector<u8> piece(static_cast<std::size_t>(pieceFrames * audioFrame));
-    int got = pieceFrames;
-    while (got == pieceFrames) {
-        got = wav.Read(piece.data(), pieceFrames);
+    std::vector<u8> piece(static_cast<std::size_t>(framesPerPiece * audioFrame));
+    int got = framesPerPiece;
+    while (got == framesPerPiece) {
+        got = wav.Read(piece.data(), framesPerPiece);
         if (bin.Write(piece.data(), got) < got)
             break;
     }

@@ -21,7 +21,7 @@ using Guard = NV::ScopedLock<CCriticalSection>;
 //   40    sixteen palette entries
 //   104   index image; colour image; mask
 constexpr u32 snapshotMark = 0x3153564E;
-constexpr std::size_t pixels = std::size_t{CCDGEmulator::screenWidth} * CCDGEmulator::screenHeight;
+constexpr std::size_t screenPixels = std::size_t{CCDGEmulator::screenWidth} * CCDGEmulator::screenHeight;
 constexpr std::size_t fieldCount = 10;
 constexpr std::size_t headSize = 4 * (fieldCount + CCDGEmulator::colourCount);
 
@@ -131,8 +131,8 @@ std::unique_ptr<u8[]> CCDGEmulator::StoreState(int& size)
     typeState state;
     StoreState(state, false);
     const std::size_t colourBytes = RowBytes(state.ScreenColourImage) * screenHeight;
-    const std::size_t maskBytes = state.ScreenMaskImage.IsValid() ? pixels : 0;
-    const std::size_t total = headSize + pixels + colourBytes + maskBytes;
+    const std::size_t maskBytes = state.ScreenMaskImage.IsValid() ? screenPixels : 0;
+    const std::size_t total = headSize + screenPixels + colourBytes + maskBytes;
     auto buffer = std::make_unique<u8[]>(total);
     const auto word = [](i32 value) { return static_cast<u32>(value); };
     const u32 fields[fieldCount] = {snapshotMark,
@@ -163,14 +163,15 @@ std::unique_ptr<u8[]> CCDGEmulator::StoreState(int& size)
 
 bool CCDGEmulator::RestoreState(const u8* buffer, int size)
 {
-    if (!buffer || size < 0 || static_cast<std::size_t>(size) < headSize + pixels || GetInteger(buffer) != snapshotMark)
+    if (!buffer || size < 0 || static_cast<std::size_t>(size) < headSize + screenPixels ||
+        GetInteger(buffer) != snapshotMark)
         return false;
     const u32 colourDepth = GetInteger(buffer + 4), maskCount = GetInteger(buffer + 8);
     if ((colourDepth != 0 && colourDepth != 3 && colourDepth != 4) || maskCount > 1 ||
-        static_cast<std::size_t>(size) != headSize + pixels * (1 + colourDepth + maskCount))
+        static_cast<std::size_t>(size) != headSize + screenPixels * (1 + colourDepth + maskCount))
         return false;
     const u8* const indices = buffer + headSize;
-    if (std::any_of(indices, indices + pixels, [](u8 index) { return index >= colourCount; }))
+    if (std::any_of(indices, indices + screenPixels, [](u8 index) { return index >= colourCount; }))
         return false;
 
     typeState state;

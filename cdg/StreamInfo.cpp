@@ -40,7 +40,7 @@ struct Tally {
 
 // How far the samples of 16-bit stereo jump from frame to frame, with the bytes taken in the right and in the wrong
 // order. Sound moves in small steps one way and wildly the other way; nearly everything else is alike in both.
-struct Steps {
+struct SoundSteps {
     u64 right = 0, swapped = 0;
     int samples = 0;
 
@@ -63,7 +63,7 @@ struct Look {
     Tally audioArea, subcode;   // packs in the first 2352 bytes of a sector, and in its last 96
     int soundBeforeSilence = 0; // sectors with a zero subcode right behind bytes that are not zero
     int subcodes = 0;
-    Steps steps;
+    SoundSteps steps;
     bool onlyZeros = true;
 
     void Add(const u8* bytes, int count)

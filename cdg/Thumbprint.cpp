@@ -16,9 +16,10 @@ namespace {
 using CDGEmulator::IndexScreen;
 
 constexpr int packsPerImage = 20 * kPacksPerSecond;
-constexpr int left = 6, top = 12, width = 288, height = 192; // the visible area of the screen
-constexpr u32 wordsInRow = width / 32;
-constexpr u32 bitsInImage = u32{width} * height;
+constexpr int visibleLeft = 6, visibleTop = 12, visibleWidth = 288,
+              visibleHeight = 192; // the visible area of the screen
+constexpr u32 wordsInRow = visibleWidth / 32;
+constexpr u32 bitsInImage = u32{visibleWidth} * visibleHeight;
 // Beyond this a position no longer fits 32 bits: eighteen days.
 constexpr u32 imagesAtMost = UINT32_MAX / bitsInImage;
 
@@ -30,8 +31,8 @@ public:
         if (images == imagesAtMost)
             return;
         ++images;
-        for (int y = 0; y < height; ++y)
-            AddRow(screen.GetRow(top + y) + left);
+        for (int y = 0; y < visibleHeight; ++y)
+            AddRow(screen.GetRow(visibleTop + y) + visibleLeft);
     }
 
     // Everything so far as bytes; afterwards this is empty.

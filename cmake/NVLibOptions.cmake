@@ -10,6 +10,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   # GCC 12 sees overlapping copies inside std::string's own operator+ (its bug 105329).
   target_compile_options(NVLibOptions INTERFACE -Wno-restrict)
 endif()
+if(NVLIB_UNITY AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # It takes each file but the first for a header, which others would include, too.
+  target_compile_options(NVLibOptions INTERFACE -Wno-subobject-linkage)
+endif()
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(NVLibOptions INTERFACE -Wthread-safety)
 endif()

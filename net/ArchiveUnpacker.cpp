@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t pieceSize = 64 << 10;
 constexpr std::size_t longestName = 200;
 constexpr int deepest = 16;
-constexpr int mostAttempts = 1000;
+constexpr int mostNames = 1000;
 
 /// Names that open a device on Windows, whatever their ending.
 bool IsDevice(std::string_view name)
@@ -92,7 +92,7 @@ bool ArchiveUnpacker::MakeStaging()
          folder = folder.parent_path())
         madeParents.push_back(folder);
     fs::create_directories(target.parent_path(), error);
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    for (int attempt = 0; attempt < mostNames; ++attempt) {
         fs::path candidate = target;
         candidate += ".~" + std::to_string(attempt);
         if (fs::create_directory(candidate, error)) {

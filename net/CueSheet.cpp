@@ -16,7 +16,7 @@ constexpr i64 framesASecond = 75;
 constexpr i64 leadIn = 2 * framesASecond;
 constexpr i64 longestSheet = 1 << 20;
 constexpr i64 longestDisc = 100LL * 60 * framesASecond;
-constexpr std::size_t mostTracks = 99;
+constexpr std::size_t mostSheetTracks = 99;
 
 /// The next word of a line; one in quotes may hold blanks.
 std::string_view TakeQuoted(std::string_view& line)
@@ -107,7 +107,7 @@ private:
     {
         const auto number = LeadingNumber(TakeWord(line));
         const i64 size = SectorSize(line);
-        if (!number || fileName.empty() || size == 0 || !hasStart || tracks >= mostTracks)
+        if (!number || fileName.empty() || size == 0 || !hasStart || tracks >= mostSheetTracks)
             return false;
         if (sectorSize == 0)
             sectorSize = size;

@@ -12,10 +12,10 @@ using namespace NV;
 
 namespace {
 
-constexpr int width = 800, indent = 8, scrollWidth = 6;
+constexpr int dialogWidth = 800, indent = 8, scrollWidth = 6;
 constexpr std::size_t categoryLetters = 11;
 constexpr int titleAt = CDrawnDialog::margin + indent + static_cast<int>(categoryLetters + 1) * 2 * smallTextAdvance;
-constexpr int titleWidth = width - CDrawnDialog::margin - scrollWidth - indent - titleAt;
+constexpr int titleWidth = dialogWidth - CDrawnDialog::margin - scrollWidth - indent - titleAt;
 constexpr std::size_t titleLetters = titleWidth / (2 * smallTextAdvance);
 
 /// Cut with dots when it is longer.
@@ -34,7 +34,8 @@ int RowsFor(std::size_t matches)
 } // namespace
 
 CFreeDBSelectCDDialog::CFreeDBSelectCDDialog(const std::vector<CCDDBQueryResult>& matches)
-    : CDrawnDialog("Select CD", CSize(width, margin + RowsFor(matches.size()) * rowHeight + footHeight)), list(matches)
+    : CDrawnDialog("Select CD", CSize(dialogWidth, margin + RowsFor(matches.size()) * rowHeight + footHeight)),
+      list(matches)
 {
 }
 
@@ -120,7 +121,7 @@ void CFreeDBSelectCDDialog::DoubleClick(CPoint point)
 CRect CFreeDBSelectCDDialog::RowRect(int ofMatch) const
 {
     return CRect(CPoint(margin, margin + (ofMatch - top) * rowHeight),
-                 CSize(width - 2 * margin - scrollWidth, rowHeight));
+                 CSize(dialogWidth - 2 * margin - scrollWidth, rowHeight));
 }
 
 void CFreeDBSelectCDDialog::PaintRows(CDibDrawing& drawing) const
@@ -138,7 +139,7 @@ void CFreeDBSelectCDDialog::PaintRows(CDibDrawing& drawing) const
         const auto down = [&](int match) {
             return margin + static_cast<int>(i64{height} * match / static_cast<i64>(list.size()));
         };
-        const int left = width - margin - scrollWidth;
+        const int left = dialogWidth - margin - scrollWidth;
         drawing.Fill(CRect(left, margin, left + scrollWidth, margin + height), chosen);
         drawing.Fill(CRect(left, down(top), left + scrollWidth, std::max(down(LastSeen() + 1), down(top) + 2)), line);
     }

@@ -13,7 +13,7 @@ namespace NV {
 namespace {
 
 constexpr std::string_view mark = "FILENAME=";
-constexpr std::size_t pieceSize = 32 << 10; // larger ones make the heap grow and shrink with every file
+constexpr std::size_t readSize = 32 << 10; // larger ones make the heap grow and shrink with every file
 
 /// Goes through the file with as much of it in memory as is needed.
 class RangeReader {
@@ -66,9 +66,9 @@ private:
         scan -= dropped;
         if (record != none)
             record = 0;
-        if (buffer.size() < kept + pieceSize)
-            buffer.resize(kept + pieceSize);
-        const UINT got = file.Read(buffer.data() + kept, static_cast<UINT>(pieceSize));
+        if (buffer.size() < kept + readSize)
+            buffer.resize(kept + readSize);
+        const UINT got = file.Read(buffer.data() + kept, static_cast<UINT>(readSize));
         text = std::string_view(buffer.data(), kept + got);
         return got > 0;
     }

@@ -55,6 +55,7 @@ check_rules() {
   complain "audio/ and net/ do not know cdg/" "$(lines "${include}[\"<](cdg/|CDG|BinFile)" '^$' '^(audio|net)/')"
   complain "image/, afx/ and platform/ do not know what lies above them" \
     "$(lines "${include}[\"<](cdg/|audio/|net/|CDG|BinFile|SoundFile|WaveFile)" '^$' '^(image|afx|platform)/')"
+  complain "sources include headers only" "$(lines "${include}[\"<].*\.cpp" '^$')"
   complain "headers without #pragma once" "$(printf '%s\n' "${sources[@]}" | grep '\.h$' | xargs grep -L '^#pragma once')"
   complain "unfinished work" "$(lines '\b(TODO|FIXME|XXX)\b' '^$')"
 }
@@ -78,17 +79,19 @@ check_headers() {
   done
 }
 
-# What Clang is told of each source of the library, the tool and the samples.
+# Where Clang is told of each source of the library, the tool and the samples. Many are included in one, and its static
+# analyser looks into those only where the name of that one holds this word.
+clang_build=build/lint/UnifiedSource
 configure_clang() {
-  cmake -S . -B build/lint -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
-    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DNVLIB_UNITY=OFF -DNVLIB_BENCH=OFF -DNVLIB_FUZZ=OFF \
+  cmake -S . -B "$clang_build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON -DNVLIB_BENCH=OFF -DNVLIB_FUZZ=OFF \
     -DNVLIB_TESTS=OFF >build/lint-configure.log 2>&1 && return
   cat build/lint-configure.log >&2
-  die "configuring build/lint failed"
+  die "configuring $clang_build failed"
 }
 
-# The sources that build/lint compiles, as paths from here.
-compiled() { sed -n "s|^ *\"file\": \"$root/\(.*\)\",\{0,1\}\$|\1|p" build/lint/compile_commands.json | sort -u; }
+# What is compiled there, as paths from here.
+compiled() { sed -n "s|^ *\"file\": \"$root/\(.*\)\",\{0,1\}\$|\1|p" "$clang_build/compile_commands.json" | sort -u; }
 
 # judge CHECK: what CHECK says of each source that standard input names. One source a run: a run that dies takes no other
 # source's findings with it. A source of which nothing was said is not asked about again, on this machine, before it or any
@@ -97,20 +100,26 @@ judge() {
   local state
   state=$({
     find . -path ./build -prune -o -path ./out -prune -o -name '*.h' -print0 | sort -z | xargs -0 cat .clang-tidy
-    sed "s|$root||g" build/lint/compile_commands.json
+    sed "s|$root||g" "$clang_build/compile_commands.json"
     dpkg-query -W
   } | sha256sum | cut -c 1-32)
   passed=${XDG_CACHE_HOME:-$HOME/.cache}/nvlib/lint/$1-$state
   mkdir -p "$passed"
   find "${passed%/*}" -mindepth 1 -maxdepth 1 -mtime +14 -exec rm -rf {} +
-  export root passed
-  export -f judge_one tidy syntax
+  export root passed clang_build
+  export -f judge_one with_parts tidy syntax
   xargs -n 1 -P "$cores" bash -c 'judge_one "$@"' judge "$1" | sed "s|$root/||g" | sort -u
+}
+
+# A source, and the sources that it includes.
+with_parts() {
+  cat "$1"
+  sed -n 's/^#include "\(.*\.cpp\)"$/\1/p' "$1" | xargs -r cat
 }
 
 judge_one() { # CHECK SOURCE
   local mark said
-  mark=$passed/$({ printf '%s\n' "$2" && cat "$2"; } | sha256sum | cut -c 1-32)
+  mark=$passed/$({ printf '%s\n' "$2" && with_parts "$2" | sed "s|$root||g"; } | sha256sum | cut -c 1-32)
   [[ ! -e $mark ]] || return 0
   if said=$("$1" "$2" 2>&1) && ! grep -qE "^$root/.*(warning|error):" <<<"$said"; then
     touch "$mark"
@@ -119,21 +128,23 @@ judge_one() { # CHECK SOURCE
   fi
 }
 
-tidy() { clang-tidy -p build/lint --quiet "$1"; }
+tidy() { clang-tidy -p "$clang_build" --quiet "$1"; }
 
-# Compiles a source as build/lint would, and makes nothing.
+# Compiles a source with its flags, and makes nothing.
 syntax() {
   python3 -c 'import json, os, shlex, sys
-command = next(e["command"] for e in json.load(open("build/lint/compile_commands.json")) if e["file"] == sys.argv[1])
-os.execvp(shlex.split(command)[0], shlex.split(command) + ["-fsyntax-only"])' "$root/$1"
+command = next(e["command"] for e in json.load(open(sys.argv[1])) if e["file"] == sys.argv[2])
+os.execvp(shlex.split(command)[0], shlex.split(command) + ["-fsyntax-only"])' "$clang_build/compile_commands.json" "$root/$1"
 }
 
 # Clang's warnings, its lock analysis among them, come with clang-tidy's own. What wades through the headers of the tool's
 # command line each time is only compiled.
 check_tidy() {
   configure_clang
-  complain "clang-tidy" "$(compiled | grep -v '^apps/nvtool/[^/]*$' | judge tidy)"
-  complain "Clang" "$(compiled | grep '^apps/nvtool/[^/]*$' | judge syntax)"
+  local tool='/apps/nvtool/CMakeFiles/nvtool\.dir/'
+  compiled | grep -q "$tool" || die "$clang_build does not compile the tool"
+  complain "clang-tidy" "$(compiled | grep -v "$tool" | judge tidy)"
+  complain "Clang" "$(compiled | grep "$tool" | judge syntax)"
 }
 
 if [[ ${1:-} == fix ]]; then

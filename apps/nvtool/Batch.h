@@ -2,9 +2,9 @@
 // without an end to the rest.
 #pragma once
 
+#include "CommandLineFwd.h"
 #include "NVTypes.h"
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json_fwd.hpp>
 
 #include <filesystem>

@@ -1,7 +1,7 @@
 // The parts of nvtool cddb.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "CommandLineFwd.h"
 
 namespace nvtool {
 

@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "Discs.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

@@ -2,9 +2,9 @@
 // Everything here runs on the main thread. Times are seconds, positions bytes, unless a name says otherwise.
 #pragma once
 
+#include "CommandLineFwd.h"
 #include "NVTypes.h"
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json_fwd.hpp>
 
 #include <chrono>

@@ -49,7 +49,6 @@ std::vector<double> SheetTimes(double duration, const SheetOptions& options)
 
 Picture DrawSheet(CCDGRenderer& renderer, const std::vector<double>& times, const SheetOptions& options)
 {
-    using Emulator = CDGEmulator::CCDGEmulator;
     const int shrink = options.fullSize ? 1 : 2;
     const int cellWidth = Emulator::visibleWidth / shrink + kGap;
     const int cellHeight = Emulator::visibleHeight / shrink + kLabelHeight + kGap;

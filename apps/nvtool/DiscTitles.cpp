@@ -4,6 +4,7 @@
 #include "Commands.h"
 #include "Html.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 
 namespace nvtool {

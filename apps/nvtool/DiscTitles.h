@@ -1,6 +1,7 @@
 // Titles for 'nvtool process', from a local database by the table of contents that lies beside the image.
 #pragma once
 
+#include "CommandLineFwd.h"
 #include "Discs.h"
 
 #include <filesystem>

@@ -3,6 +3,7 @@
 
 #include "Commands.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

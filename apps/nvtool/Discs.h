@@ -3,9 +3,9 @@
 #pragma once
 
 #include "CDDB.h"
+#include "CommandLineFwd.h"
 #include "TextEncoding.h"
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json_fwd.hpp>
 
 #include <string>

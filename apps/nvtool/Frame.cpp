@@ -4,6 +4,7 @@
 #include "Picture.h"
 #include "Times.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

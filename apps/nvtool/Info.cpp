@@ -6,6 +6,7 @@
 #include "Mp3Report.h"
 #include "Sound.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

@@ -5,6 +5,7 @@
 #include "Inputs.h"
 #include "Sound.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

@@ -5,6 +5,7 @@
 #include "PeakFile.h"
 #include "Sound.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

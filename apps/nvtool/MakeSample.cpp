@@ -5,6 +5,7 @@
 #include "sample/Graphics.h"
 #include "sample/Music.h"
 
+#include <CLI/CLI.hpp>
 #include <array>
 #include <cstdio>
 #include <fstream>

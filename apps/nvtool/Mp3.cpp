@@ -6,6 +6,7 @@
 #include "MP3OutFile.h"
 #include "Sound.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 
 namespace nvtool {

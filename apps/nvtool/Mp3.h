@@ -1,6 +1,7 @@
 // Making MP3 files, for the commands that do.
 #pragma once
 
+#include "CommandLineFwd.h"
 #include "Commands.h"
 #include "SoundFile.h"
 

@@ -1,8 +1,8 @@
 // Finding pages: see Pages.h.
 #include "Pages.h"
 
-#include "CDGEmulator.h"
 #include "Commands.h"
+#include "Picture.h"
 
 #include <algorithm>
 #include <array>
@@ -13,8 +13,6 @@
 namespace nvtool {
 
 namespace {
-
-using Emulator = CDGEmulator::CCDGEmulator;
 
 constexpr int kSampleEvery = kPacksPerSecond / 4;
 constexpr int kMinEdges = 24; // less is a stray dot, not a page

@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "Times.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

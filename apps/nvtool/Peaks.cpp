@@ -4,6 +4,7 @@
 #include "ProgressDialog.h"
 #include "Sound.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

@@ -91,7 +91,6 @@ int Picture::TextHeight(int dot)
 
 Picture TakePicture(CCDGRenderer& renderer, double seconds, Area area)
 {
-    using Emulator = CDGEmulator::CCDGEmulator;
     const CDib* frame = renderer.GetFrame(seconds);
     if (!frame || !frame->IsValid())
         throw std::bad_alloc(); // an open renderer has a frame unless there was no memory for it

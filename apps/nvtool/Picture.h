@@ -11,6 +11,7 @@
 
 namespace nvtool {
 
+using Emulator = CDGEmulator::CCDGEmulator;
 using Rgb = std::array<u8, 3>;
 // Of a colour as the library has them, 0x00BBGGRR.
 Rgb ToRgb(u32 colour);

@@ -7,6 +7,7 @@
 #include "SoundFilePlayer.h"
 #include "Times.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 

@@ -6,6 +6,7 @@
 #include "Inputs.h"
 #include "NamedStream.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fstream>
 #include <iterator>

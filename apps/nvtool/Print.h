@@ -1,9 +1,8 @@
 // Thumbprints: what tells whether two streams show the same graphics.
 #pragma once
 
+#include "CommandLineFwd.h"
 #include "NVTypes.h"
-
-#include <CLI/CLI.hpp>
 
 #include <filesystem>
 #include <optional>

@@ -7,6 +7,7 @@
 #include "ProcessTrack.h"
 #include "ResultFolder.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <memory>

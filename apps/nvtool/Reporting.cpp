@@ -4,6 +4,7 @@
 #include "Console.h"
 #include "Interrupt.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

@@ -5,6 +5,7 @@
 #include "Interrupt.h"
 #include "ScreenScan.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

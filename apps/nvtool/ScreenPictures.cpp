@@ -11,8 +11,6 @@ namespace nvtool {
 
 namespace {
 
-using Emulator = CDGEmulator::CCDGEmulator;
-
 constexpr int kStepPacks = kPacksPerSecond / 2;
 constexpr int kGhostContrast = 80; // of what has faded, as it is drawn all the same
 constexpr int kOutline = 2;        // by which the scan widens ink, rows and columns alike

@@ -3,6 +3,7 @@
 #include "ContactSheet.h"
 #include "Inputs.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "Sound.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

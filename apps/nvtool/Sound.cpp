@@ -5,6 +5,7 @@
 #include "Commands.h"
 #include "WaveFile.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

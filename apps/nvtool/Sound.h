@@ -1,6 +1,7 @@
 // The sound of a WAV file or a disc image, and what is told about it. Frames are one sample of each channel.
 #pragma once
 
+#include "CommandLineFwd.h"
 #include "Commands.h"
 #include "FFMpeg.h"
 #include "Inputs.h"

@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "Mp3Report.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

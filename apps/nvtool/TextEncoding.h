@@ -1,7 +1,7 @@
 // Text of CDDB records for people: databases hold several encodings in one tree and say of no record which it is in.
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include "CommandLineFwd.h"
 
 #include <string>
 #include <string_view>

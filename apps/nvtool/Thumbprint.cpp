@@ -4,6 +4,7 @@
 #include "Interrupt.h"
 #include "Print.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

@@ -1,6 +1,8 @@
 // Times as people type them.
 #pragma once
 
+#include "CommandLineFwd.h"
+
 #include <string>
 #include <vector>
 

@@ -8,6 +8,7 @@
 #include "Sound.h"
 #include "VideoStream.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cmath>

@@ -8,6 +8,7 @@
 #include "Times.h"
 #include "Window.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

@@ -161,7 +161,6 @@ int ViewWindow::OnCreate(LPCREATESTRUCT how)
 
 CRect ViewWindow::PictureRect(CRect client) const
 {
-    using Emulator = CDGEmulator::CCDGEmulator;
     // As large as it fits into the height and three fifths of the width; the rest is the sound's.
     const int widest = client.right * 3 / 5 - 2 * kMargin, highest = client.bottom - 2 * kMargin;
     const int scale = std::max(1, std::min(widest / Emulator::screenWidth, highest / Emulator::screenHeight));

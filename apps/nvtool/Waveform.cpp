@@ -6,6 +6,7 @@
 #include "Times.h"
 #include "WaveFileChartWnd.h"
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdio>

@@ -3,6 +3,7 @@
 #include "Commands.h"
 #include "Console.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstring>
 #include <exception>

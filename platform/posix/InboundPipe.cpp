@@ -14,7 +14,7 @@ namespace NV {
 
 namespace {
 
-constexpr int kSuggestedBuffer = 16777216;
+constexpr int kLargeBuffer = 16777216;
 
 // Milliseconds since the system was started, as a number that this process has not used yet.
 unsigned long long UnusedTick()
@@ -85,7 +85,7 @@ std::unique_ptr<PipeSource> MakeInboundPipe(const std::string& prefix, std::stri
         failure = LastSystemFailure();
         return nullptr;
     }
-    fcntl(end.Get(), F_SETPIPE_SZ, kSuggestedBuffer); // where the system allows that much
+    fcntl(end.Get(), F_SETPIPE_SZ, kLargeBuffer); // where the system allows that much
     const std::string path = fifo->Path();
     auto source = std::make_unique<FifoSource>(std::move(fifo), std::move(end));
     if (!source->IsReady()) {

@@ -20,13 +20,13 @@ namespace {
 
 using Callback = void (*)(HWAVEOUT, UINT, DWORD_PTR, DWORD_PTR, DWORD_PTR);
 
-class WaveDevice {
+class OpenDevice {
 public:
-    WaveDevice(std::unique_ptr<WaveSink> to, int bytesPerFrame, Callback callback, DWORD_PTR instance)
+    OpenDevice(std::unique_ptr<WaveSink> to, int bytesPerFrame, Callback callback, DWORD_PTR instance)
         : sink(std::move(to)), frameBytes(bytesPerFrame), notify(callback), user(instance), thread([this] { Work(); })
     {
     }
-    ~WaveDevice()
+    ~OpenDevice()
     {
         {
             const std::lock_guard hold(mutex);
@@ -35,8 +35,8 @@ public:
         changed.notify_all();
         thread.join();
     }
-    WaveDevice(const WaveDevice&) = delete;
-    WaveDevice& operator=(const WaveDevice&) = delete;
+    OpenDevice(const OpenDevice&) = delete;
+    OpenDevice& operator=(const OpenDevice&) = delete;
 
     HWAVEOUT Handle() { return reinterpret_cast<HWAVEOUT>(this); }
     void Tell(UINT message, WAVEHDR* header = nullptr)
@@ -201,9 +201,9 @@ private:
     std::thread thread; // last: begins when everything else is there
 };
 
-WaveDevice* DeviceOf(HWAVEOUT handle)
+OpenDevice* DeviceOf(HWAVEOUT handle)
 {
-    return reinterpret_cast<WaveDevice*>(handle);
+    return reinterpret_cast<OpenDevice*>(handle);
 }
 
 bool IsPlayable(const WAVEFORMATEX& format)
@@ -235,7 +235,7 @@ MMRESULT waveOutOpen(LPHWAVEOUT device, UINT id, LPCWAVEFORMATEX format, DWORD_P
         if (!sink)
             return error;
         const auto notify = flags ? reinterpret_cast<Callback>(callback) : nullptr;
-        auto opened = std::make_unique<WaveDevice>(std::move(sink), format->nBlockAlign, notify, instance);
+        auto opened = std::make_unique<OpenDevice>(std::move(sink), format->nBlockAlign, notify, instance);
         *device = opened->Handle();
         opened.release()->Tell(WOM_OPEN); // waveOutClose takes it back
         return MMSYSERR_NOERROR;
@@ -275,7 +275,7 @@ MMRESULT waveOutClose(HWAVEOUT device)
         return MMSYSERR_INVALHANDLE;
     if (DeviceOf(device)->IsPlaying())
         return WAVERR_STILLPLAYING;
-    const std::unique_ptr<WaveDevice> closing(DeviceOf(device));
+    const std::unique_ptr<OpenDevice> closing(DeviceOf(device));
     closing->Tell(WOM_CLOSE);
     return MMSYSERR_NOERROR;
 }

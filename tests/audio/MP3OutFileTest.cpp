@@ -1,5 +1,6 @@
 // CMP3OutFile: settings to the byte, whatever the pieces the same file, and nothing left of what went wrong.
 #include "MP3OutFile.h"
+#include "support/PcmFormat.h"
 #include "support/SmallDisk.h"
 #include "support/SoundSamples.h"
 #include "support/TempFolder.h"
@@ -10,17 +11,6 @@
 namespace {
 
 constexpr int toWrite = CFile::modeCreate | CFile::modeWrite;
-
-WAVEFORMATEX Format(int channels, int rate, int bits)
-{
-    WAVEFORMATEX format;
-    CSoundFile::SetDefaultFormat(&format);
-    format.nChannels = static_cast<WORD>(channels);
-    format.nSamplesPerSec = static_cast<DWORD>(rate);
-    format.wBitsPerSample = static_cast<WORD>(bits);
-    CSoundFile::UpdateFormat(&format);
-    return format;
-}
 
 std::vector<i16> Chord(std::size_t samples)
 {
@@ -88,10 +78,10 @@ TEST(MP3OutFile, PiecesMakeNoDifference)
 {
     const TempFolder folder;
     const std::vector<i16> sound = Chord(2 * 30000);
-    const std::string whole = Encode(folder, Format(2, 44100, 16), Config(unchanged), sound.data(), 30000, 30000);
+    const std::string whole = Encode(folder, PcmFormat(2, 44100, 16), Config(unchanged), sound.data(), 30000, 30000);
     ASSERT_GT(whole.size(), 192000 / 8 * 30000 / 44100U);
     for (const int step : {1152, 1, 777, 9001})
-        EXPECT_TRUE(Encode(folder, Format(2, 44100, 16), Config(unchanged), sound.data(), 30000, step) == whole)
+        EXPECT_TRUE(Encode(folder, PcmFormat(2, 44100, 16), Config(unchanged), sound.data(), 30000, step) == whole)
             << step;
     EXPECT_EQ(Files(folder), 1U);
 }
@@ -130,15 +120,15 @@ TEST(MP3OutFile, SoundDecidesAboutRateAndChannels)
         wide.insert(wide.end(), {77, static_cast<u8>(sample), static_cast<u8>(sample >> 8)});
     }
     const BE_CONFIG monoMode = Config([](BE_CONFIG_LHV1& lame) { lame.nMode = BE_MP3_MODE_MONO; });
-    const std::string expected = Encode(folder, Format(1, 32000, 16), Config(unchanged), mono.data(), 20000, 500);
+    const std::string expected = Encode(folder, PcmFormat(1, 32000, 16), Config(unchanged), mono.data(), 20000, 500);
     ASSERT_GT(expected.size(), 1000U);
     EXPECT_EQ(static_cast<u8>(expected[3]) >> 6, 3);     // the header says mono
     EXPECT_EQ(static_cast<u8>(expected[2]) >> 2 & 3, 2); // and 32 kHz
-    EXPECT_TRUE(Encode(folder, Format(2, 32000, 16), monoMode, both.data(), 20000, 500) == expected);
-    EXPECT_TRUE(Encode(folder, Format(1, 32000, 24), monoMode, wide.data(), 20000, 500) == expected);
-    EXPECT_TRUE(Encode(folder, Format(1, 32000, 8), monoMode, bytes.data(), 20000, 500) ==
-                Encode(folder, Format(1, 32000, 16), monoMode, coarse.data(), 20000, 500));
-    for (const WAVEFORMATEX& strange : {Format(3, 44100, 16), Format(2, 44100, 12), Format(2, 0, 16)})
+    EXPECT_TRUE(Encode(folder, PcmFormat(2, 32000, 16), monoMode, both.data(), 20000, 500) == expected);
+    EXPECT_TRUE(Encode(folder, PcmFormat(1, 32000, 24), monoMode, wide.data(), 20000, 500) == expected);
+    EXPECT_TRUE(Encode(folder, PcmFormat(1, 32000, 8), monoMode, bytes.data(), 20000, 500) ==
+                Encode(folder, PcmFormat(1, 32000, 16), monoMode, coarse.data(), 20000, 500));
+    for (const WAVEFORMATEX& strange : {PcmFormat(3, 44100, 16), PcmFormat(2, 44100, 12), PcmFormat(2, 0, 16)})
         EXPECT_EQ(Encode(folder, strange, Config(unchanged), both.data(), 10, 10), "");
 }
 
@@ -146,7 +136,7 @@ TEST(MP3OutFile, RejectedSettingsBecomeTheDefaults)
 {
     const TempFolder folder;
     const std::vector<i16> sound = Chord(2 * 5000);
-    const WAVEFORMATEX format = Format(2, 48000, 16);
+    const WAVEFORMATEX format = PcmFormat(2, 48000, 16);
     const std::string expected = Encode(folder, format, Config(unchanged), sound.data(), 5000, 5000);
     const BE_CONFIG strange = Config([](BE_CONFIG_LHV1& lame) { lame.dwReSampleRate = 12345; });
     EXPECT_TRUE(Encode(folder, format, strange, sound.data(), 5000, 5000) == expected);

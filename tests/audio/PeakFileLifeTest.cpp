@@ -3,6 +3,7 @@
 #include "BinFile.h"
 #include "ProgressDialog.h"
 #include "WaveFile.h"
+#include "support/NotCancelled.h"
 #include "support/PeakReference.h"
 #include "support/TempFolder.h"
 
@@ -15,7 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const std::function<bool()> never = [] { return false; };
 constexpr SampleFormat stereo{16, 2};
 
 /// A folder with "a.wav", and objects that keep their peaks beside it.
@@ -31,7 +31,7 @@ struct PeakFolder : TempFolder {
         file.Write(audio.data(), static_cast<int>(audio.size()) / 4);
     }
     CString Wave() const { return Path("a.wav").c_str(); }
-    int Create(CPeakFile& peaks, const std::function<bool()>& cancel = never) const
+    int Create(CPeakFile& peaks, const std::function<bool()>& cancel = NotCancelled) const
     {
         peaks.SetMemoryOnly(false);
         return peaks.Create(Wave(), nullptr, -1, false, cancel);
@@ -77,13 +77,13 @@ TEST(PeakFileLife, MemoryStaysInMemory)
     CPeakFile peaks;
     EXPECT_TRUE(peaks.IsMemoryOnly());
     EXPECT_EQ(peaks.Initialize(folder.Wave()), -1); // nothing there yet
-    EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, 7, false, never), 1);
+    EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, 7, false, NotCancelled), 1);
     EXPECT_EQ(peaks.Create("", nullptr, 0, false, {}), 1); // at once, whatever is asked for
     EXPECT_EQ(peaks.Initialize(folder.Wave()), 5);
     EXPECT_EQ(folder.Others(), Names());
     peaks.Close();
     EXPECT_FALSE(peaks.HasPeaks());
-    EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, -1, false, never), 1);
+    EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, -1, false, NotCancelled), 1);
     const Bytes bytes = BytesOf(peaks);
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()), folder.Wanted());
     CPeakFile read; // what was written or attached is read like a file
@@ -98,7 +98,7 @@ TEST(PeakFileLife, FilesAreMadeKeptAndRenewed)
     const auto create = [&](int sectorSize) {
         CPeakFile peaks;
         peaks.SetMemoryOnly(false);
-        EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, sectorSize, false, never), 1);
+        EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, sectorSize, false, NotCancelled), 1);
         EXPECT_FALSE(peaks.IsInTemporaryFolder());
         EXPECT_EQ(peaks.GetPeakPath(), folder.Path("a.fpr").c_str());
         return peaks.GetSectorSize();
@@ -177,18 +177,19 @@ TEST(PeakFileLife, WhatIsRefusedChangesNothing)
     const auto refused = [&](SampleFormat format, int sectorSize) {
         ByteSound sound(format, Bytes(4000));
         CPeakFile peaks;
-        return peaks.Create(folder.Wave(), &sound, sectorSize, false, never) == 0 && !peaks.HasPeaks();
+        return peaks.Create(folder.Wave(), &sound, sectorSize, false, NotCancelled) == 0 && !peaks.HasPeaks();
     };
     EXPECT_TRUE(refused(stereo, 0));
     EXPECT_TRUE(refused(stereo, -2));
     EXPECT_TRUE(refused({16, 3}, -1));
     CPeakFile peaks;
     peaks.SetMemoryOnly(false);
-    EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, 0, false, never), 0);
+    EXPECT_EQ(peaks.Create(folder.Wave(), nullptr, 0, false, NotCancelled), 0);
     EXPECT_EQ(folder.Read("a.fpr"), before);
-    EXPECT_EQ(peaks.Create(folder.Path("a.fpr").c_str(), nullptr, -1, false, never), 0); // audio in the peaks' place
+    EXPECT_EQ(peaks.Create(folder.Path("a.fpr").c_str(), nullptr, -1, false, NotCancelled),
+              0); // audio in the peaks' place
     EXPECT_EQ(folder.Read("a.fpr"), before);
-    EXPECT_EQ(peaks.Create(folder.Path("none.wav").c_str(), nullptr, -1, false, never), 0);
+    EXPECT_EQ(peaks.Create(folder.Path("none.wav").c_str(), nullptr, -1, false, NotCancelled), 0);
     EXPECT_EQ(folder.Others(), Names{"a.fpr"});
 }
 
@@ -207,11 +208,11 @@ TEST(PeakFileLife, FailuresAndCancelsLeaveNoFile)
 
         ByteSound sound(stereo, folder.audio);
         sound.readsLeft = after;
-        EXPECT_EQ(peaks.Create(folder.Wave(), &sound, -1, false, never), 0);
+        EXPECT_EQ(peaks.Create(folder.Wave(), &sound, -1, false, NotCancelled), 0);
         EXPECT_EQ(folder.Others(), Names());
         sound.readsLeft = -1;
         sound.seekFails = true;
-        EXPECT_EQ(peaks.Create(folder.Wave(), &sound, -1, false, never), 0);
+        EXPECT_EQ(peaks.Create(folder.Wave(), &sound, -1, false, NotCancelled), 0);
 
         asked = -after;
         EXPECT_THROW(folder.Create(peaks, [&]() -> bool { return asked++ == 0 ? throw 1 : false; }), int);
@@ -231,7 +232,7 @@ TEST(PeakFileLife, AudioThatIsShorterOrLongerThanItSaid)
         sound.claimedFrames = claimed;
         const auto there = static_cast<std::size_t>(std::min<i64>(1234, sound.GetLength())) * 4;
         CPeakFile peaks;
-        ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, never), 1);
+        ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, NotCancelled), 1);
         EXPECT_EQ(BytesOf(peaks), PlainPeakFile(std::span(sound.audio).first(there), stereo, 100));
     }
 }
@@ -273,7 +274,7 @@ TEST(PeakFileLife, ProgressIsShownByTheApplication)
     std::mt19937 random(9);
     ByteSound sound(stereo, RandomFrames(random, stereo, 600'000));
     CPeakFile peaks;
-    EXPECT_EQ(peaks.Create("a.wav", &sound, -1, true, never), 1);
+    EXPECT_EQ(peaks.Create("a.wav", &sound, -1, true, NotCancelled), 1);
     EXPECT_EQ(shown.status, "Scanning audio file");
     EXPECT_GT(shown.percents.size(), 5U);
     EXPECT_TRUE(std::is_sorted(shown.percents.begin(), shown.percents.end()));
@@ -281,7 +282,7 @@ TEST(PeakFileLife, ProgressIsShownByTheApplication)
     peaks.Close();
     shown = {};
     shown.cancelAfter = 3;
-    EXPECT_EQ(peaks.Create("a.wav", &sound, -1, true, never), 0);
+    EXPECT_EQ(peaks.Create("a.wav", &sound, -1, true, NotCancelled), 0);
     EXPECT_EQ(shown.percents.size(), 4U);
     CProgressDialog::c_pCreate = nullptr;
 }

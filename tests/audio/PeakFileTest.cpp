@@ -3,6 +3,7 @@
 #include "CpuFeatures.h"
 #include "WaveFile.h"
 #include "audio/PeakKernel.h"
+#include "support/NotCancelled.h"
 #include "support/PeakReference.h"
 #include "support/TempFolder.h"
 
@@ -11,7 +12,6 @@
 namespace {
 
 constexpr SampleFormat formats[] = {{8, 1}, {8, 2}, {16, 1}, {16, 2}};
-const std::function<bool()> never = [] { return false; };
 
 /// Sets the cap of the buffers for one test.
 class BufferCap {
@@ -55,7 +55,7 @@ TEST(PeakFile, HasTheBytesOfThePlainRule)
                         continue;
                     ByteSound sound(format, RandomFrames(random, format, length));
                     CPeakFile peaks;
-                    ASSERT_EQ(peaks.Create("a.wav", &sound, sectorSize, false, never), 1);
+                    ASSERT_EQ(peaks.Create("a.wav", &sound, sectorSize, false, NotCancelled), 1);
                     ASSERT_EQ(FirstDifference(BytesOf(peaks), PlainPeakFile(sound.audio, format, sectorSize)), -1)
                         << format.bits << " bits, " << format.channels << " channels, sectors of " << sectorSize << ", "
                         << length << " frames, cap " << cap;
@@ -74,7 +74,7 @@ TEST(PeakFile, HasTheBytesOfTheFormatsPage)
     sound.audio[15] = 0xFF;
     const Bytes page = {8, 0, 1, 0, 16, 1, 100, 0, 0, 0, 5, 0, 7, 0, 0xFD, 0xFF};
     CPeakFile peaks;
-    ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, never), 1);
+    ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, NotCancelled), 1);
     EXPECT_EQ(BytesOf(peaks), page);
 }
 
@@ -91,7 +91,7 @@ TEST(PeakFile, FramesMayLieFarApart)
         described.nBlockAlign = static_cast<WORD>(apart);
         sound.SetFormat(described);
         CPeakFile peaks;
-        ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, never), 1);
+        ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, NotCancelled), 1);
         EXPECT_EQ(BytesOf(peaks), PlainPeakFile(samples, formats[0], 100)) << apart;
     }
 }
@@ -108,7 +108,7 @@ TEST(PeakFile, IsTheSameWithTwoLanes)
         const std::string path = WriteWave(folder, "a.wav", format, all);
         for (const int sectorSize : {3, 100, 5000}) {
             CPeakFile peaks;
-            ASSERT_EQ(peaks.Create(path.c_str(), nullptr, sectorSize, false, never), 1);
+            ASSERT_EQ(peaks.Create(path.c_str(), nullptr, sectorSize, false, NotCancelled), 1);
             ASSERT_EQ(FirstDifference(BytesOf(peaks), PlainPeakFile(all, format, sectorSize)), -1)
                 << format.bits << ", " << format.channels;
         }
@@ -127,7 +127,7 @@ TEST(PeakFile, EditsLeaveWhatAFreshScanGives)
             const int sectorSize = onDisk ? 100 : 7;
             CPeakFile peaks;
             peaks.SetMemoryOnly(!onDisk);
-            ASSERT_EQ(peaks.Create(folder.Path("a.wav").c_str(), &sound, sectorSize, false, never), 1);
+            ASSERT_EQ(peaks.Create(folder.Path("a.wav").c_str(), &sound, sectorSize, false, NotCancelled), 1);
             ASSERT_EQ(FirstDifference(BytesOf(peaks), PlainPeakFile(sound.audio, format, sectorSize)), -1);
             for (int round = 0; round < 120; ++round) {
                 const int length = static_cast<int>(sound.GetLength());
@@ -181,7 +181,7 @@ TEST(PeakFile, PointsFollowThePlainRule)
                 const int length = 20'000 * sectorSize / (sectorSize + 3) + 77;
                 ByteSound sound(format, RandomFrames(random, format, length));
                 CPeakFile peaks;
-                ASSERT_EQ(peaks.Create("a.wav", &sound, sectorSize, false, never), 1);
+                ASSERT_EQ(peaks.Create("a.wav", &sound, sectorSize, false, NotCancelled), 1);
                 const Bytes file = BytesOf(peaks);
                 const BufferCap capped(cap);
                 for (int round = 0; round < 150; ++round) {
@@ -216,7 +216,7 @@ TEST(PeakFile, PointsOutOfRange)
     CPeakFile peaks;
     i16 low[8], high[8];
     EXPECT_EQ(peaks.GetData(0, 1, 100, low, high), -1); // no peaks yet
-    ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, never), 1);
+    ASSERT_EQ(peaks.Create("a.wav", &sound, -1, false, NotCancelled), 1);
     EXPECT_EQ(peaks.GetSectorSize(), 100);
     EXPECT_EQ(peaks.GetSectorCount(), 10);
     EXPECT_EQ(peaks.GetData(-1, 1, 100, low, high), -1);

@@ -1,6 +1,7 @@
 // CWaveOut on a device that the test drives: order, throttle, positions, ownership, failures, and many threads at once.
 #include "WaveOut.h"
 #include "support/FakeWaveDevice.h"
+#include "support/PcmFormat.h"
 
 #include <cstdlib>
 #include <functional>
@@ -9,18 +10,6 @@
 #include <thread>
 
 namespace {
-
-WAVEFORMATEX Format(int channels, int rate, int bits)
-{
-    const int align = channels * bits / 8;
-    return {WAVE_FORMAT_PCM,
-            static_cast<WORD>(channels),
-            static_cast<DWORD>(rate),
-            static_cast<DWORD>(rate * align),
-            static_cast<WORD>(align),
-            static_cast<WORD>(bits),
-            0};
-}
 
 class WaveOut : public testing::Test {
 protected:
@@ -51,7 +40,7 @@ protected:
 
 TEST_F(WaveOut, PlaysWhatItIsGivenInOrderAndTellsWhichBlockReturned)
 {
-    EXPECT_EQ(out->OpenWaveDevice(Format(2, 22050, 16)), 1);
+    EXPECT_EQ(out->OpenWaveDevice(PcmFormat(2, 22050, 16)), 1);
     EXPECT_EQ(out->CloseWaveDevice(), 1);
     EXPECT_EQ(Add(1000, 100, 'a'), 1); // opens with the format of last time
     EXPECT_EQ(device.Format().nSamplesPerSec, 22050U);
@@ -66,7 +55,7 @@ TEST_F(WaveOut, PlaysWhatItIsGivenInOrderAndTellsWhichBlockReturned)
     EXPECT_EQ(device.Count("unprepare"), 1);
     EXPECT_EQ(out->GetBuffersAdded(), 3);
     EXPECT_EQ(device.Heard(), std::string(400, 'a') + std::string(200, 'b') + "cccc");
-    EXPECT_EQ(out->SetFormat(Format(1, 8000, 8)), 1);
+    EXPECT_EQ(out->SetFormat(PcmFormat(1, 8000, 8)), 1);
     EXPECT_EQ(out->GetBuffersAdded(), 0);
     EXPECT_EQ(out->GetFormat().nSamplesPerSec, 8000U);
     EXPECT_EQ(out->AddBuffer(nullptr, 4, nullptr), 0);
@@ -193,7 +182,7 @@ TEST_F(WaveOut, WhoWaitsIsReleasedWhenTheWorkerDies)
     out->Delete();
     out = static_cast<CWaveOut*>(AfxBeginThread(RUNTIME_CLASS(CDyingWaveOut)));
     ASSERT_TRUE(out);
-    EXPECT_EQ(out->OpenWaveDevice(Format(2, 44100, 16)), 1);
+    EXPECT_EQ(out->OpenWaveDevice(PcmFormat(2, 44100, 16)), 1);
     EXPECT_EQ(Add(1), 0); // and the record is freed here
     out = nullptr;        // gone
     EXPECT_EQ(device.Count("close"), 1);
@@ -210,7 +199,7 @@ TEST_F(WaveOut, FourThreadsInRandomOrder)
         for (int i = 0; i < each; ++i) {
             switch (random() % 8) {
             case 0:
-                EXPECT_EQ(out->OpenWaveDevice(Format(2, 44100, 16)), 1);
+                EXPECT_EQ(out->OpenWaveDevice(PcmFormat(2, 44100, 16)), 1);
                 break;
             case 1:
                 out->Flush(static_cast<i64>(random() % 1000) - 1);

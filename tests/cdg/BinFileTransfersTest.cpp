@@ -11,13 +11,13 @@
 
 namespace {
 
-constexpr std::size_t sector = 2448;
+constexpr std::size_t sectorBytes = 2448;
 
 /// What of an image lies at bytes `from` to `to` of its whole sectors.
 std::string Parts(const std::string& image, std::size_t from, std::size_t to)
 {
     std::string parts;
-    for (std::size_t k = 0; k + sector <= image.size(); k += sector)
+    for (std::size_t k = 0; k + sectorBytes <= image.size(); k += sectorBytes)
         parts += image.substr(k + from, to - from);
     return parts;
 }
@@ -29,7 +29,7 @@ std::string Audio(const std::string& image)
 
 std::string Packs(const std::string& image)
 {
-    return Parts(image, 2352, sector);
+    return Parts(image, 2352, sectorBytes);
 }
 
 /// A WAV file as CWaveFile writes it.
@@ -61,12 +61,13 @@ int Split(const TempFolder& folder, const char* bin, const char* wav, const char
 
 TEST(BinTransfers, SplitAndJoinGiveTheImageBack)
 {
-    for (const std::size_t bytes : {std::size_t(0), std::size_t(1), sector - 1, sector, 2 * sector + 2400, 127 * sector,
-                                    128 * sector, 512 * sector, 513 * sector + 1, 1400 * sector}) {
+    for (const std::size_t bytes :
+         {std::size_t(0), std::size_t(1), sectorBytes - 1, sectorBytes, 2 * sectorBytes + 2400, 127 * sectorBytes,
+          128 * sectorBytes, 512 * sectorBytes, 513 * sectorBytes + 1, 1400 * sectorBytes}) {
         SCOPED_TRACE(bytes);
         const TempFolder folder;
         const std::string image = Noise(static_cast<unsigned>(bytes), bytes),
-                          whole = image.substr(0, bytes / sector * sector);
+                          whole = image.substr(0, bytes / sectorBytes * sectorBytes);
         folder.Write("a.bin", image);
         ASSERT_EQ(Split(folder, "a.bin", "a.wav", "a.cdg"), 1);
         EXPECT_TRUE(folder.Read("a.wav") == Wav(folder, Audio(image)));
@@ -75,7 +76,7 @@ TEST(BinTransfers, SplitAndJoinGiveTheImageBack)
 
         folder.Write("b.bin", "");
         EXPECT_TRUE(CBinFile::WriteWavToBin(folder.Path("a.wav").c_str(), folder.Path("b.bin").c_str()));
-        EXPECT_TRUE(Packs(folder.Read("b.bin")) == std::string(whole.size() / sector * 96, '\0'));
+        EXPECT_TRUE(Packs(folder.Read("b.bin")) == std::string(whole.size() / sectorBytes * 96, '\0'));
         EXPECT_EQ(WriteCDGToBIN(folder.Path("a.cdg").c_str(), folder.Path("b.bin").c_str()), 0);
         EXPECT_TRUE(folder.Read("b.bin") == whole);
 
@@ -92,7 +93,7 @@ TEST(BinTransfers, ConvertingCountsAPartialSectorOnlyWhereARequestEndsInIt)
     };
     for (const Case c : {Case{687, 1783 * 588}, Case{688, 1783 * 588 + 172}, Case{2351, 1783 * 588 + 172}}) {
         const TempFolder folder;
-        folder.Write("a.bin", Noise(1, 1783 * sector + c.extra));
+        folder.Write("a.bin", Noise(1, 1783 * sectorBytes + c.extra));
         EXPECT_TRUE(CBinFile::ConvertBinToWav(folder.Path("a.bin").c_str(), folder.Path("a.wav").c_str()));
         EXPECT_EQ(folder.Read("a.wav").size(), 44 + 4 * c.frames) << c.extra;
     }
@@ -101,30 +102,30 @@ TEST(BinTransfers, ConvertingCountsAPartialSectorOnlyWhereARequestEndsInIt)
 TEST(BinTransfers, PacksGoIntoTheSubcodeOnly)
 {
     const TempFolder folder;
-    const std::string image = Noise(1, 2 * sector + 10), packs = Noise(2, 3 * 96 + 24);
+    const std::string image = Noise(1, 2 * sectorBytes + 10), packs = Noise(2, 3 * 96 + 24);
     folder.Write("a.bin", image);
     folder.Write("a.cdg", packs);
     WriteCDGToBIN(folder.Path("a.cdg").c_str(), folder.Path("a.bin").c_str());
     const std::string now = folder.Read("a.bin");
-    ASSERT_EQ(now.size(), 4 * sector) << "as long as the last packs reach";
-    EXPECT_TRUE(Audio(now) == Audio(image) + image.substr(2 * sector) + std::string(2 * 2352 - 10, '\0'));
+    ASSERT_EQ(now.size(), 4 * sectorBytes) << "as long as the last packs reach";
+    EXPECT_TRUE(Audio(now) == Audio(image) + image.substr(2 * sectorBytes) + std::string(2 * 2352 - 10, '\0'));
     EXPECT_TRUE(Packs(now) == packs + std::string(72, '\0'));
 }
 
 TEST(BinTransfers, AudioFromAForeignWavIsRefused)
 {
     const TempFolder folder;
-    folder.Write("a.bin", Noise(1, sector));
+    folder.Write("a.bin", Noise(1, sectorBytes));
     std::string wav = Wav(folder, Noise(2, 4000));
     wav[32] = 6; // block alignment: frames of 24-bit stereo
     folder.Write("a.wav", wav);
     EXPECT_FALSE(CBinFile::WriteWavToBin(folder.Path("a.wav").c_str(), folder.Path("a.bin").c_str()));
-    EXPECT_TRUE(folder.Read("a.bin") == Noise(1, sector));
+    EXPECT_TRUE(folder.Read("a.bin") == Noise(1, sectorBytes));
 }
 
 TEST(BinTransfers, RefusedRequestsHarmNothing)
 {
-    const std::string image = Noise(1, 3 * sector);
+    const std::string image = Noise(1, 3 * sectorBytes);
     struct Case {
         const char *name, *bin, *wav, *cdg;
     };
@@ -175,7 +176,7 @@ TEST(BinTransfers, RefusedRequestsHarmNothing)
 TEST(BinTransfers, SplittingReplacesOldFilesAndKeepsLinksAndPermissions)
 {
     const TempFolder folder;
-    const std::string image = Noise(1, 700 * sector);
+    const std::string image = Noise(1, 700 * sectorBytes);
     folder.Write("a.bin", image);
     folder.Write("old.wav", Noise(2, 5'000'000));
     folder.Write("old.cdg", "short");
@@ -194,7 +195,7 @@ TEST(BinTransfers, TooLongForAWavFileIsRefused)
     const TempFolder folder;
     folder.Write("a.bin", "");
     std::filesystem::resize_file(folder.Path("a.bin"),
-                                 u64(1'826'093) * sector); // one sector past 4 GiB of audio; a sparse file
+                                 u64(1'826'093) * sectorBytes); // one sector past 4 GiB of audio; a sparse file
     EXPECT_EQ(Split(folder, "a.bin", "a.wav", "a.cdg"), 0);
     EXPECT_EQ(FilesIn(folder), std::set<std::string>{"a.bin"});
 }
@@ -206,7 +207,7 @@ TEST(BinTransfers, AFullDiskLeavesWhatWasThere)
         GTEST_SKIP() << "no right to mount a small disk";
     const TempFolder& folder = disk.Folder();
     const TempFolder elsewhere;
-    const std::string image = Noise(1, 400 * sector), bin = elsewhere.Write("a.bin", image);
+    const std::string image = Noise(1, 400 * sectorBytes), bin = elsewhere.Write("a.bin", image);
     for (const bool wavFits : {false, true}) { // else the packs do not
         folder.Write("old.wav", "old");
         const std::string wav = wavFits ? elsewhere.Path("new.wav") : folder.Path("old.wav");
@@ -222,7 +223,8 @@ TEST(BinTransfers, AFullDiskLeavesWhatWasThere)
     const std::string wav = elsewhere.Write("a.wav", Wav(elsewhere, Audio(image)));
     EXPECT_TRUE(CBinFile::WriteWavToBin(wav.c_str(), folder.Path("b.bin").c_str()));
     const std::string part = folder.Read("b.bin");
-    EXPECT_TRUE(part.size() > 100 * sector && Audio(part) == Audio(image).substr(0, part.size() / sector * 2352));
+    EXPECT_TRUE(part.size() > 100 * sectorBytes &&
+                Audio(part) == Audio(image).substr(0, part.size() / sectorBytes * 2352));
     EXPECT_FALSE(CBinFile::ConvertBinToWav(bin.c_str(), folder.Path("c.wav").c_str()));
     EXPECT_FALSE(FilesIn(folder).contains("c.wav")) << "not even room for a header";
     folder.Write("b.bin", "");

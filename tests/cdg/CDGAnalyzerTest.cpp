@@ -2,6 +2,7 @@
 #include "CDGAnalyzer.h"
 #include "support/KaraokeStream.h"
 #include "support/MemoryFile.h"
+#include "support/NotCancelled.h"
 #include "support/PackStream.h"
 #include "support/PlainScanner.h"
 #include "support/TempFolder.h"
@@ -11,11 +12,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-bool GoOn()
-{
-    return false;
-}
 
 class CDGAnalyzer : public testing::Test {
 protected:
@@ -70,7 +66,7 @@ TEST_F(CDGAnalyzer, KnowsWhatThePlainRulesKnow)
         const int snapshot = dice(stream.Count());
         const bool image = seed % 3 == 0;
         CFile& input = image ? Open(AsDiscImage(stream.bytes), "track.Bin") : Open(stream.bytes, "song.cdg");
-        ASSERT_TRUE(analyzer.ReadFromFile(&input, snapshot, GoOn));
+        ASSERT_TRUE(analyzer.ReadFromFile(&input, snapshot, NotCancelled));
         EXPECT_EQ(analyzer.m_nPackCount, stream.Count());
         EXPECT_EQ(Raw(), stream.bytes);
         EXPECT_EQ(analyzer.m_ClearScreens, CleanScreensPlainly(stream.bytes));
@@ -128,7 +124,7 @@ TEST_F(CDGAnalyzer, TakesFilesOfAnyLength)
         const bool isImage = std::string(c.file).ends_with(".bin");
         std::vector<u8> bytes = isImage ? image : stream.bytes;
         bytes.resize(c.bytes);
-        ASSERT_TRUE(analyzer.ReadFromFile(&Open(bytes, c.file), -1, GoOn));
+        ASSERT_TRUE(analyzer.ReadFromFile(&Open(bytes, c.file), -1, NotCancelled));
         EXPECT_EQ(analyzer.m_nPackCount, c.packs);
         EXPECT_EQ(analyzer.m_Packs.size(), static_cast<std::size_t>(c.packs));
         std::vector<u8> expected(stream.bytes.begin(), stream.bytes.begin() + c.filled);
@@ -137,7 +133,7 @@ TEST_F(CDGAnalyzer, TakesFilesOfAnyLength)
         EXPECT_FALSE(analyzer.m_SnapshotImage.IsValid());
     }
     MemoryFile memory(stream.bytes); // has no name
-    ASSERT_TRUE(analyzer.ReadFromFile(&memory, 3, GoOn));
+    ASSERT_TRUE(analyzer.ReadFromFile(&memory, 3, NotCancelled));
     EXPECT_NE(analyzer.m_Renderer.GetFrame(0), nullptr);
 }
 
@@ -162,9 +158,9 @@ TEST_F(CDGAnalyzer, IsCancelledInEachLoop)
 
     for (const ULONGLONG from : {ULONGLONG{0}, ULONGLONG{30}}) {
         BrokenFile broken(stream.bytes, from);
-        EXPECT_FALSE(analyzer.ReadFromFile(&broken, -1, GoOn));
+        EXPECT_FALSE(analyzer.ReadFromFile(&broken, -1, NotCancelled));
     }
-    EXPECT_FALSE(analyzer.ReadFromFile(nullptr, -1, GoOn));
+    EXPECT_FALSE(analyzer.ReadFromFile(nullptr, -1, NotCancelled));
 }
 
 TEST_F(CDGAnalyzer, WritesPlainPacksAndSaysNothing)
@@ -173,7 +169,7 @@ TEST_F(CDGAnalyzer, WritesPlainPacksAndSaysNothing)
     PackStream stream;
     AddRandomPacks(stream, dice, 50);
     MemoryFile input(stream.bytes);
-    ASSERT_TRUE(analyzer.ReadFromFile(&input, -1, GoOn));
+    ASSERT_TRUE(analyzer.ReadFromFile(&input, -1, NotCancelled));
     CMemFile output;
     EXPECT_FALSE(analyzer.WriteToFile(&output));
     ASSERT_EQ(output.GetLength(), stream.bytes.size());
@@ -200,7 +196,7 @@ TEST_F(CDGAnalyzer, AnswersByPack)
         .Colours(false, {0x333});
     stream.Add(8, kLoadColours8F, {5}).Empty();
     MemoryFile input(stream.bytes);
-    ASSERT_TRUE(analyzer.ReadFromFile(&input, -1, GoOn));
+    ASSERT_TRUE(analyzer.ReadFromFile(&input, -1, NotCancelled));
     const struct {
         int pack, active, low, high; // the packs that are found, -1 for none
     } cases[] = {{-3, 1, -1, -1}, {0, 1, -1, -1}, {1, 1, 1, -1}, {2, 3, 1, -1}, {3, 3, 1, 3},  {4, 5, 1, 3},

@@ -2,6 +2,7 @@
 #include "CDGScanner.h"
 #include "support/KaraokeStream.h"
 #include "support/MemoryFile.h"
+#include "support/NotCancelled.h"
 #include "support/PackStream.h"
 #include "support/PlainScanner.h"
 #include "support/TempFolder.h"
@@ -11,11 +12,6 @@
 #include <thread>
 
 namespace {
-
-bool GoOn()
-{
-    return false;
-}
 
 PlainScan Results(const CCDGScanner& scanner)
 {
@@ -37,7 +33,7 @@ protected:
     PlainScan Scan(const PackStream& stream)
     {
         CCDGScanner scanner;
-        EXPECT_TRUE(scanner.ScanFile(Save(stream.bytes).c_str(), GoOn));
+        EXPECT_TRUE(scanner.ScanFile(Save(stream.bytes).c_str(), NotCancelled));
         return Results(scanner);
     }
 
@@ -73,7 +69,7 @@ TEST_F(CDGScanner, EqualsThePlainRules)
         CCDGScanner scanner;
         scanner.m_nActivityGap = seed % 5 == 0 ? 3 : 300;
         const std::string file = image ? Save(AsDiscImage(stream.bytes), "track.BIN") : Save(stream.bytes);
-        ASSERT_TRUE(scanner.ScanFile(file.c_str(), GoOn));
+        ASSERT_TRUE(scanner.ScanFile(file.c_str(), NotCancelled));
         const int counted = stream.Count() / kPacksPerRecord * kPacksPerRecord;
         const PlainScan expected = ScanPlainly(stream.bytes, counted, scanner.m_nActivityGap);
         EXPECT_GT(expected.screens.size(), 3u);
@@ -121,14 +117,14 @@ TEST_F(CDGScanner, KeepsTilesOfEarlierScansAndNothingElse)
     const std::string second = Save(PackStream().Tile(1, 1, 1).TileXor(2, 3, 1).Empty(398).bytes, "second.cdg");
     CCDGScanner scanner;
     scanner.m_nActivityGap = 100;
-    ASSERT_TRUE(scanner.ScanFile(first.c_str(), GoOn));
-    ASSERT_TRUE(scanner.ScanFile(second.c_str(), GoOn));
+    ASSERT_TRUE(scanner.ScanFile(first.c_str(), NotCancelled));
+    ASSERT_TRUE(scanner.ScanFile(second.c_str(), NotCancelled));
     const PlainScan results = Results(scanner);
     EXPECT_EQ(results.xorTiles, (std::vector<std::array<int, 3>>{{0, 49, 17}, {1, 3, 2}}));
     EXPECT_EQ(results.activity, (std::vector<std::pair<int, int>>{{0, 1}, {399, 399}}));
     EXPECT_EQ(results.screens.size(), 1u);
 
-    EXPECT_FALSE(scanner.ScanFile(folder.Path("absent.cdg").c_str(), GoOn));
+    EXPECT_FALSE(scanner.ScanFile(folder.Path("absent.cdg").c_str(), NotCancelled));
     ExpectSame(Results(scanner), results);
     EXPECT_FALSE(scanner.m_bScanning);
 }

@@ -13,7 +13,7 @@ namespace {
 
 constexpr COLORREF kBlack = RGB(0, 0, 0), kWhite = RGB(255, 255, 255);
 
-CDib Screen()
+CDib BlackPicture()
 {
     CDib screen;
     EXPECT_TRUE(screen.Create(300, 216, 24));
@@ -33,7 +33,7 @@ CFrameScaler::Settings Wanted(int width, int height, bool smooth)
 template <class Inside>
 CDib Drawn(Inside&& inside)
 {
-    CDib screen = Screen();
+    CDib screen = BlackPicture();
     for (int y = 0; y < 216; ++y)
         for (int x = 0; x < 300; ++x)
             if (inside(x + 0.5, y + 0.5))
@@ -73,7 +73,7 @@ TEST(FrameScaler, SizesAreCheckedAndTheScreenSitsInTheMiddle)
         if (c.good) {
             EXPECT_TRUE(scaler.GetScreenRect() == c.place) << c.width << "x" << c.height;
         } else {
-            EXPECT_TRUE(scaler.Update(Screen(), kBlack).IsRectEmpty());
+            EXPECT_TRUE(scaler.Update(BlackPicture(), kBlack).IsRectEmpty());
         }
     }
 }
@@ -81,7 +81,7 @@ TEST(FrameScaler, SizesAreCheckedAndTheScreenSitsInTheMiddle)
 TEST(FrameScaler, PlainPicturesShowThePixelBelowEachMiddle)
 {
     std::mt19937 random(3);
-    CDib screen = Screen();
+    CDib screen = BlackPicture();
     for (int y = 0; y < 216; ++y)
         for (int x = 0; x < 300; ++x)
             screen.SetPixelColor(x, y, static_cast<u32>(random() & 0xFFFFFF));
@@ -153,7 +153,7 @@ TEST(FrameScaler, SmoothPicturesKeepStraightEdgesAndMixOnlyWhatLiesSideBySide)
     EXPECT_TRUE(SamePicture(plain.Picture(), smooth.Picture()));
 
     std::mt19937 random(4);
-    CDib blueAndYellow = Screen();
+    CDib blueAndYellow = BlackPicture();
     for (int i = 0; i < 300 * 216; ++i)
         blueAndYellow.SetPixelColor(i % 300, i / 300, random() % 2 != 0 ? RGB(255, 255, 0) : RGB(0, 0, 255));
     smooth.Update(blueAndYellow, RGB(0, 0, 255));
@@ -175,7 +175,7 @@ TEST(FrameScaler, WhatIsKeptUpToDateEqualsWhatIsDrawnAnew)
         CFrameScaler kept;
         const CFrameScaler::Settings settings = Wanted(860, 700, smooth); // no whole factor
         ASSERT_TRUE(kept.Create(settings));
-        CDib screen = Screen(), before;
+        CDib screen = BlackPicture(), before;
         COLORREF margin = kBlack;
         for (int round = 0; round < 25; ++round) {
             SCOPED_TRACE(round);

@@ -1,5 +1,6 @@
 // CDibDrawing against the plain meaning of each shape: one question asked of every pixel of the picture.
 #include "DibDrawing.h"
+#include "support/Pixels.h"
 
 #include <climits>
 #include <cstdlib>
@@ -10,11 +11,6 @@
 namespace {
 
 constexpr int width = 37, height = 29;
-
-u32 Get(const CDib& image, int x, int y)
-{
-    return image.GetBitCount() == 8 ? image.GetPixelIndex(x, y) : image.GetPixelColor(x, y);
-}
 
 /// 2 k minor - major < 2 j major ≤ 2 k minor + major: after k steps along the longer side, j is the nearest.
 bool OnLine(CPoint from, CPoint to, int x, int y)

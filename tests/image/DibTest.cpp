@@ -1,6 +1,7 @@
 // CDib: stored form, accessors, copies and fills, against a plain model of pixels.
 #include "Dib.h"
 #include "support/PackStream.h"
+#include "support/Pixels.h"
 
 #include <gtest/gtest.h>
 
@@ -19,11 +20,6 @@ struct Model {
             pixels[static_cast<std::size_t>(y * width + x)] = value;
     }
 };
-
-u32 Get(const CDib& image, int x, int y)
-{
-    return image.GetBitCount() == 8 ? image.GetPixelIndex(x, y) : image.GetPixelColor(x, y);
-}
 
 void Set(CDib& image, int x, int y, u32 value)
 {

@@ -191,7 +191,7 @@ TEST_F(RealFFMpeg, ProgressFollowsItsOwnReport)
     EXPECT_DOUBLE_EQ(runner.GetOutputTime(), 600);
     ASSERT_FALSE(fractions.empty());
     EXPECT_EQ(fractions.back(), 1);
-    EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
+    EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end())) << testing::PrintToString(fractions);
 }
 
 TEST_F(RealFFMpeg, CancellingEndsItWithinASecond)

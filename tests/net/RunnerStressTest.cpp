@@ -38,7 +38,6 @@ constexpr Misbehaviour kKinds[] = {
 
 void RunOne(std::size_t kind, bool fed)
 {
-    using Outcome = NV::CFFMpegRunner::Outcome;
     const Misbehaviour& wanted = kKinds[kind];
     SCOPED_TRACE(wanted.script);
     NV::CFFMpegRunner runner(NVLIB_FAKE_TOOL);
@@ -50,7 +49,8 @@ void RunOne(std::size_t kind, bool fed)
         });
     const bool good = runner.RunCommand(wanted.script, wanted.limit);
     EXPECT_EQ(good, wanted.limit == 0 && wanted.exitCode == 0);
-    EXPECT_EQ(runner.GetOutcome(), wanted.limit == 0 ? Outcome::ended : Outcome::timedOut);
+    EXPECT_EQ(runner.GetOutcome(),
+              wanted.limit == 0 ? NV::CFFMpegRunner::Outcome::ended : NV::CFFMpegRunner::Outcome::timedOut);
     if (wanted.limit == 0) {
         EXPECT_EQ(runner.GetExitCode(), wanted.exitCode);
         EXPECT_EQ(static_cast<int>(runner.GetOutput().size()), wanted.lines);

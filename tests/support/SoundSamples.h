@@ -1,7 +1,7 @@
 // Sound for tests: seeded samples, and a sound file whose frames are in memory.
 #pragma once
 
-#include "SoundFile.h"
+#include "PcmFormat.h"
 
 #include <algorithm>
 #include <cstring>
@@ -32,12 +32,7 @@ class MemorySound : public CSoundFile {
 public:
     MemorySound(int channels, int rate, std::vector<i16> interleaved) : samples(std::move(interleaved))
     {
-        WAVEFORMATEX wanted;
-        SetDefaultFormat(&wanted);
-        wanted.nChannels = static_cast<WORD>(channels);
-        wanted.nSamplesPerSec = static_cast<DWORD>(rate);
-        UpdateFormat(&wanted);
-        SetFormat(wanted);
+        SetFormat(PcmFormat(channels, rate, 16));
     }
     int Read(void* buffer, int frames) override
     {
