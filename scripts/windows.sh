@@ -40,53 +40,43 @@ cross_build() {
   rm -rf "$cache/build-$name"
 }
 
-# debian_source PACKAGE: unpacks Debian's own source of it and prints where. Reads the archive that this machine installs
-# from, with lists of its own, so that the machine's are left alone.
-debian_source() {
-  local folder=$cache/sources options
-  mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
-  printf 'deb-src %s main\n' "$(debian_archive)" >"$folder/sources.list"
-  options=(-qq -o "Dir::Etc::SourceList=$folder/sources.list" -o Dir::Etc::SourceParts=/dev/null
-    -o "Dir::State::Lists=$folder/lists" -o "Dir::Cache=$folder/cache")
-  (cd "$folder" && rm -rf "$1"-* && apt-get "${options[@]}" update && apt-get "${options[@]}" source "$1") \
-    >"$folder/$1.log" 2>&1 || {
-    tail -n 20 "$folder/$1.log" >&2
-    die "Debian's source of $1 could not be had"
+# fetch_sources PACKAGE...: unpacks Debian's own sources of them. Reads the archive that this machine installs from, with lists
+# of its own, so that the machine's are left alone.
+sources=$cache/sources
+fetch_sources() {
+  local options package
+  mkdir -p "$sources/lists/partial" "$sources/cache/archives/partial"
+  printf 'deb-src %s main\n' "$(debian_archive)" >"$sources/sources.list"
+  options=(-qq -o "Dir::Etc::SourceList=$sources/sources.list" -o Dir::Etc::SourceParts=/dev/null
+    -o "Dir::State::Lists=$sources/lists" -o "Dir::Cache=$sources/cache")
+  say "Fetching Debian's sources of $*"
+  for package in "$@"; do rm -rf "$sources/$package"-*; done
+  (cd "$sources" && apt-get "${options[@]}" update && apt-get "${options[@]}" source "$@") >"$sources/fetch.log" 2>&1 || {
+    tail -n 20 "$sources/fetch.log" >&2
+    die "Debian's sources of $* could not be had"
   }
-  find "$folder" -mindepth 1 -maxdepth 1 -type d -name "$1-*"
 }
 
-# What the CDDB client needs: HTTPS with Windows' own certificates and cryptography, and archives with the filters of
-# 7-Zip and ZIP. Everything else that these libraries could bring is left out.
-build_network_and_archives() {
-  cross_build "$(debian_source xz-utils)" xz -DBUILD_SHARED_LIBS=OFF -DENABLE_NLS=OFF
-  cross_build "$(debian_source libarchive)" libarchive -DBUILD_SHARED_LIBS=OFF -DENABLE_TEST=OFF -DENABLE_TAR=OFF \
+# source_of PACKAGE: where it lies then.
+source_of() { find "$sources" -mindepth 1 -maxdepth 1 -type d -name "$1-*"; }
+
+# What the CDDB client needs: archives with the filters of 7-Zip and ZIP, and HTTPS with Windows' own certificates and
+# cryptography. Everything else that these libraries could bring is left out.
+build_archives() {
+  cross_build "$(source_of xz-utils)" xz -DBUILD_SHARED_LIBS=OFF -DENABLE_NLS=OFF
+  cross_build "$(source_of libarchive)" libarchive -DBUILD_SHARED_LIBS=OFF -DENABLE_TEST=OFF -DENABLE_TAR=OFF \
     -DENABLE_CPIO=OFF -DENABLE_CAT=OFF -DENABLE_OPENSSL=OFF -DENABLE_BZip2=OFF -DENABLE_ZSTD=OFF -DENABLE_LZ4=OFF \
     -DENABLE_LIBXML2=OFF -DENABLE_EXPAT=OFF -DENABLE_LIBB2=OFF -DENABLE_ICONV=OFF -DENABLE_PCREPOSIX=OFF -DENABLE_WERROR=OFF \
     -DENABLE_CNG=OFF -DZLIB_LIBRARY=/usr/i686-w64-mingw32/lib/libz.a -DZLIB_WINAPI=OFF -DZLIB_DLL=OFF
   # It cannot be told to leave the DLL out, which would be found first.
   rm -f "$NVLIB_WINDOWS_PREFIX"/bin/*archive*.dll "$NVLIB_WINDOWS_PREFIX"/lib/libarchive.dll.a
   mv "$NVLIB_WINDOWS_PREFIX"/lib/libarchive_static.a "$NVLIB_WINDOWS_PREFIX"/lib/libarchive.a
-  cross_build "$(debian_source curl)" curl -DBUILD_SHARED_LIBS=OFF -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DHTTP_ONLY=ON \
-    -DCURL_USE_SCHANNEL=ON -DCURL_USE_OPENSSL=OFF -DCURL_USE_LIBSSH2=OFF -DCURL_USE_LIBPSL=OFF -DUSE_LIBIDN2=OFF \
-    -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF -DCURL_ZSTD=OFF -DUSE_NGHTTP2=OFF -DENABLE_MANUAL=OFF -DCURL_TARGET_WINDOWS_VERSION=0x0601
 }
 
-# Makes the prefix anew when it is not there or was made of other versions.
-make_prefix() {
-  local versions file
-  # shellcheck disable=SC2016 # dpkg's own variables
-  versions=$(dpkg-query -W -f '${Package} ${Version}\n' "${prefix_packages[@]}")
-  [[ $(cat "$NVLIB_WINDOWS_PREFIX/versions" 2>/dev/null) != "$versions" ]] || return 0
-  rm -rf "$NVLIB_WINDOWS_PREFIX"
-  mkdir -p "$NVLIB_WINDOWS_PREFIX"
-  # Headers that are the same for every target, by themselves: a cross compiler must not see the others beside them.
-  dpkg -L "${header_packages[@]}" | grep -E '^/usr/(include|share/cmake)/' | while read -r file; do
-    [[ ! -f $file ]] || install -D -m 644 "$file" "$NVLIB_WINDOWS_PREFIX/${file#/usr/}"
-  done
-  cross_build /usr/src/googletest googletest
-  build_network_and_archives
-  printf '%s\n' "$versions" >"$NVLIB_WINDOWS_PREFIX/versions"
+build_network() {
+  cross_build "$(source_of curl)" curl -DBUILD_SHARED_LIBS=OFF -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DHTTP_ONLY=ON \
+    -DCURL_USE_SCHANNEL=ON -DCURL_USE_OPENSSL=OFF -DCURL_USE_LIBSSH2=OFF -DCURL_USE_LIBPSL=OFF -DUSE_LIBIDN2=OFF \
+    -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF -DCURL_ZSTD=OFF -DUSE_NGHTTP2=OFF -DENABLE_MANUAL=OFF -DCURL_TARGET_WINDOWS_VERSION=0x0601
 }
 
 # The MP3 encoder's DLL, which nothing links with and the library loads: the encoder's library and the interface in Dll/, both
@@ -94,8 +84,7 @@ make_prefix() {
 make_encoder() {
   local source shim log=$cache/lame_enc-build.log
   local made=$NVLIB_WINDOWS_PREFIX/bin/lame_enc.dll
-  [[ ! -e $made ]] || return 0
-  source=$(debian_source lame)
+  source=$(source_of lame)
   shim=$source/case-of-names # what Windows finds in any case
   mkdir -p "$shim" "$NVLIB_WINDOWS_PREFIX/bin"
   printf '#include <windef.h>\n' >"$shim/Windef.h"
@@ -112,6 +101,29 @@ make_encoder() {
     tail -n 30 "$log" >&2
     die "building lame_enc.dll failed; the whole log is $log"
   fi
+}
+
+# Makes the prefix anew when it is not there or was made of other versions.
+make_prefix() {
+  local versions file beside
+  # shellcheck disable=SC2016 # dpkg's own variables
+  versions=$(dpkg-query -W -f '${Package} ${Version}\n' "${prefix_packages[@]}")
+  [[ $(cat "$NVLIB_WINDOWS_PREFIX/versions" 2>/dev/null) != "$versions" ]] || return 0
+  rm -rf "$NVLIB_WINDOWS_PREFIX"
+  mkdir -p "$NVLIB_WINDOWS_PREFIX"
+  # Headers that are the same for every target, by themselves: a cross compiler must not see the others beside them.
+  dpkg -L "${header_packages[@]}" | grep -E '^/usr/(include|share/cmake)/' | while read -r file; do
+    [[ ! -f $file ]] || install -D -m 644 "$file" "$NVLIB_WINDOWS_PREFIX/${file#/usr/}"
+  done
+  # In two lanes: most of it is asking the compiler what it can, one thing after the other.
+  fetch_sources xz-utils libarchive curl lame
+  build_network &
+  beside=$!
+  cross_build /usr/src/googletest googletest
+  build_archives
+  make_encoder
+  wait "$beside" || die "building for 32-bit Windows failed"
+  printf '%s\n' "$versions" >"$NVLIB_WINDOWS_PREFIX/versions"
 }
 
 # ---- Build --------------------------------------------------------------------------------------------------------------
@@ -131,7 +143,6 @@ check_imports() {
 step_build() {
   step "Build for 32-bit Windows"
   make_prefix
-  make_encoder
   build windows
   install -m 644 "$NVLIB_WINDOWS_PREFIX/bin/lame_enc.dll" "$out/bin"
   check_imports
@@ -319,7 +330,8 @@ step_bench() {
   "$root/scripts/setup.sh" bench
   local source name
   if [[ ! -e $NVLIB_WINDOWS_PREFIX/lib/libbenchmark.a ]]; then
-    source=$(debian_source benchmark)
+    fetch_sources benchmark
+    source=$(source_of benchmark)
     cross_build "$source" benchmark "-DGIT_VERSION=${source##*-}" -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_LTO=OFF \
       -DBENCHMARK_ENABLE_WERROR=OFF
   fi
@@ -395,5 +407,9 @@ fi
 (($#)) || set -- build test compare
 for name in "$@"; do
   declare -F "step_$name" >/dev/null || die "no step '$name' (build test compare person bench big)"
+done
+# Where there is no Wine yet, it is unpacked beside the build; the tests wait for it, and say what went wrong.
+[[ " $* " != *" build test "* ]] || "$root/scripts/wine.sh" --prepare >/dev/null 2>&1 &
+for name in "$@"; do
   "step_$name"
 done
