@@ -35,6 +35,14 @@ if(NVLIB_COVERAGE)
   target_link_options(NVLibOptions INTERFACE --coverage)
 endif()
 
+# nvlib_check_by_calls(TARGET): for the users of the library, of which there is more to compile and less to run. Their accesses
+# to memory are checked by calls, and null pointers by what the system says of them; that compiles in two thirds of the time.
+function(nvlib_check_by_calls target)
+  if(NVLIB_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${target} PRIVATE --param=asan-instrumentation-with-call-threshold=0 -fno-sanitize=null)
+  endif()
+endfunction()
+
 # nvlib_compile_for_avx2(SOURCE...): files that hold nothing but the AVX2 body of a kernel.
 function(nvlib_compile_for_avx2)
   if(MSVC)
