@@ -16,8 +16,8 @@ namespace {
 using CDGEmulator::IndexScreen;
 
 constexpr int packsPerImage = 20 * kPacksPerSecond;
-constexpr int visibleLeft = 6, visibleTop = 12, visibleWidth = 288,
-              visibleHeight = 192; // the visible area of the screen
+// The visible area of the screen.
+constexpr int visibleLeft = 6, visibleTop = 12, visibleWidth = 288, visibleHeight = 192;
 constexpr u32 wordsInRow = visibleWidth / 32;
 constexpr u32 bitsInImage = u32{visibleWidth} * visibleHeight;
 // Beyond this a position no longer fits 32 bits: eighteen days.
