@@ -15,7 +15,7 @@ using namespace NV;
 namespace {
 
 constexpr int toWrite = CFile::modeCreate | CFile::modeReadWrite;
-constexpr int encodedPiece = 1 << 15;
+constexpr int framesEncodedAtOnce = 1 << 15;
 
 /// A result on its way out.
 struct Outcome {
@@ -56,11 +56,12 @@ Outcome EncodeRange(CSoundFile& sound, const char* path, const BE_CONFIG& config
     } abandoning{mp3};
     if (sound.Seek(from, 0) != from)
         return Failure(MP3EncodingResult::badSource, "the sound cannot be read from there");
-    std::vector<u8> piece(static_cast<std::size_t>(encodedPiece) * static_cast<std::size_t>(sound.GetBlockAlign()));
+    std::vector<u8> piece(static_cast<std::size_t>(framesEncodedAtOnce) *
+                          static_cast<std::size_t>(sound.GetBlockAlign()));
     for (i64 at = from; at < to;) {
         if (!go(at - from))
             return Failure(MP3EncodingResult::cancelled, "cancelled");
-        const int asked = static_cast<int>(std::min<i64>(encodedPiece, to - at));
+        const int asked = static_cast<int>(std::min<i64>(framesEncodedAtOnce, to - at));
         if (sound.Read(piece.data(), asked) != asked)
             return Failure(MP3EncodingResult::badSource, "the sound cannot be read to its end");
         if (mp3.Write(piece.data(), asked) != asked)

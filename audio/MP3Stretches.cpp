@@ -25,7 +25,7 @@ constexpr i64 shortest = 1024;
 // would never be the same.
 constexpr i64 paddingPeriod = 49;
 
-constexpr std::size_t copiedAtOnce = 256 << 10;
+constexpr std::size_t readAtOnce = 256 << 10;
 constexpr std::size_t frameHeadBytes = 8; // of a frame: as much as tells all that is asked here
 
 /// One frame in its file.
@@ -75,7 +75,7 @@ public:
         if (!file.Open(path.c_str(), CFile::modeRead | CFile::shareDenyWrite))
             return false;
         const i64 length = static_cast<i64>(file.GetLength());
-        std::vector<u8> piece(copiedAtOnce);
+        std::vector<u8> piece(readAtOnce);
         i64 pieceAt = 0, pieceSize = 0;
         for (i64 at = 0; at < length;) {
             Frame frame;
@@ -188,7 +188,7 @@ public:
             frames.back().at += base - source;
         }
         for (i64 done = 0; done < length;) {
-            const std::vector<u8> piece = from.Read(source + done, std::min<i64>(copiedAtOnce, length - done));
+            const std::vector<u8> piece = from.Read(source + done, std::min<i64>(readAtOnce, length - done));
             file.Write(piece.data(), static_cast<UINT>(piece.size()));
             done += static_cast<i64>(piece.size());
         }
@@ -237,7 +237,7 @@ u16 Sum16(const u8* bytes, std::size_t count, u16 sum)
 
 u16 JoinedStream::SumOfFrames()
 {
-    std::vector<u8> piece(copiedAtOnce);
+    std::vector<u8> piece(readAtOnce);
     u16 sum = 0;
     file.Seek(static_cast<i64>(tagFrame.size()), CFile::begin);
     while (const UINT got = file.Read(piece.data(), static_cast<UINT>(piece.size())))

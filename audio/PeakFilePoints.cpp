@@ -90,6 +90,7 @@ void CPeakFile::FillSearchBuffer(long& records)
 const u8* CPeakFile::FindRecords(i64 first, i64 wanted, bool ahead, i64& found)
 {
     if (first < windowFirst || first >= windowFirst + windowCount) {
+        // Never 0 where there are peaks, which an analyser cannot see.
         const i64 room = inputSize / std::max(1, GetStructSize());
         windowFirst = room >= groupRecords ? first / groupRecords * groupRecords : first;
         windowCount = 0;

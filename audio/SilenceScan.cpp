@@ -13,7 +13,7 @@ using namespace NV;
 
 namespace {
 
-constexpr int scanPiece = 1 << 16; // 256 KiB of stereo
+constexpr int framesScannedAtOnce = 1 << 16; // 256 KiB of stereo
 constexpr i64 mostScanFrames = std::numeric_limits<int>::max();
 
 /// Beyond its ends the level makes every frame loud, or none.
@@ -47,14 +47,14 @@ class LoudPieces {
 public:
     LoudPieces(CSoundFile& source, int loudLevel)
         : file(source), level(loudLevel), channels(source.GetChannels()),
-          samples(static_cast<std::size_t>(scanPiece * channels)), masks(scanPiece / maskFrames)
+          samples(static_cast<std::size_t>(framesScannedAtOnce * channels)), masks(framesScannedAtOnce / maskFrames)
     {
     }
 
     /// Reads on, at most a piece. Returns the frames that came.
     int Next(i64 wanted)
     {
-        const int asked = static_cast<int>(std::min<i64>(wanted, scanPiece));
+        const int asked = static_cast<int>(std::min<i64>(wanted, framesScannedAtOnce));
         const int got = std::min(file.Read(samples.data(), asked), asked);
         FindLoudFrames(masks.data(), samples.data(), got, channels, level);
         words = (got + maskFrames - 1) / maskFrames;
@@ -95,10 +95,10 @@ CSoundFile::SilenceList CSoundFile::ScanForSilence(double threshold, double minS
 {
     const int level = LevelOf(threshold);
     SilenceRuns runs = RunsOf(minSeconds, sampleRate);
-    std::vector<u64> masks(scanPiece / maskFrames);
+    std::vector<u64> masks(framesScannedAtOnce / maskFrames);
     const i64 count = std::min<i64>(static_cast<i64>(samples.size()), mostScanFrames);
-    for (i64 at = 0; at < count; at += scanPiece) {
-        const i64 frames = std::min<i64>(scanPiece, count - at);
+    for (i64 at = 0; at < count; at += framesScannedAtOnce) {
+        const i64 frames = std::min<i64>(framesScannedAtOnce, count - at);
         FindLoudFrames(masks.data(), samples.data() + at, frames, 1, level);
         runs.Add(masks.data(), frames);
     }
@@ -123,7 +123,7 @@ CSoundFile::SilenceList CSoundFile::ScanFileForSilence(double threshold, double 
     for (i64 left = std::min(GetLength(), mostScanFrames); left > 0;) {
         const int got = pieces.Next(left);
         runs.Add(pieces.Masks(), got);
-        left = got < std::min<i64>(left, scanPiece) ? 0 : left - got;
+        left = got < std::min<i64>(left, framesScannedAtOnce) ? 0 : left - got;
     }
     return runs.Finish();
 }
@@ -155,7 +155,7 @@ int CSoundFile::ScanForLastSound(double threshold)
     const PositionKeeper keeper(*this);
     LoudPieces pieces(*this, LevelOf(threshold));
     for (i64 end = std::min(GetLength(), mostScanFrames); end > 0;) {
-        const i64 begin = std::max<i64>(0, end - scanPiece);
+        const i64 begin = std::max<i64>(0, end - framesScannedAtOnce);
         if (Seek(begin, 0) != begin)
             return -1;
         pieces.Next(end - begin);

@@ -1,4 +1,5 @@
 // Thumbprints of CD+G streams, made and compared: see CDGScanner.h. The layout is told in docs/formats.md.
+#include "CDGEmulator.h"
 #include "CDGInputFile.h"
 #include "CDGScanner.h"
 #include "IndexScreen.h"
@@ -13,13 +14,12 @@
 
 namespace {
 
+using CDGEmulator::CCDGEmulator;
 using CDGEmulator::IndexScreen;
 
 constexpr int packsPerImage = 20 * kPacksPerSecond;
-// The visible area of the screen.
-constexpr int visibleLeft = 6, visibleTop = 12, visibleWidth = 288, visibleHeight = 192;
-constexpr u32 wordsInRow = visibleWidth / 32;
-constexpr u32 bitsInImage = u32{visibleWidth} * visibleHeight;
+constexpr u32 wordsInRow = CCDGEmulator::visibleWidth / 32;
+constexpr u32 bitsInImage = u32{CCDGEmulator::visibleWidth} * CCDGEmulator::visibleHeight;
 // Beyond this a position no longer fits 32 bits: eighteen days.
 constexpr u32 imagesAtMost = UINT32_MAX / bitsInImage;
 
@@ -31,8 +31,8 @@ public:
         if (images == imagesAtMost)
             return;
         ++images;
-        for (int y = 0; y < visibleHeight; ++y)
-            AddRow(screen.GetRow(visibleTop + y) + visibleLeft);
+        for (int y = 0; y < CCDGEmulator::visibleHeight; ++y)
+            AddRow(screen.GetRow(CCDGEmulator::visibleTop + y) + CCDGEmulator::visibleLeft);
     }
 
     // Everything so far as bytes; afterwards this is empty.

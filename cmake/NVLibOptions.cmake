@@ -36,7 +36,7 @@ if(NVLIB_COVERAGE)
 endif()
 
 # nvlib_check_by_calls(TARGET): for the users of the library, of which there is more to compile and less to run. Their accesses
-# to memory are checked by calls, and null pointers by what the system says of them; that compiles in two thirds of the time.
+# to memory are checked by calls, and null pointers by what the system says of them; that compiles a quarter faster.
 function(nvlib_check_by_calls target)
   if(NVLIB_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${target} PRIVATE --param=asan-instrumentation-with-call-threshold=0 -fno-sanitize=null)

@@ -142,7 +142,7 @@ os.execvp(shlex.split(command)[0], shlex.split(command) + ["-fsyntax-only"])' "$
 check_tidy() {
   configure_clang
   local tool='/apps/nvtool/CMakeFiles/nvtool\.dir/'
-  compiled | grep -q "$tool" || die "$clang_build does not compile the tool"
+  compiled | grep "$tool" >/dev/null || die "$clang_build does not compile the tool"
   complain "clang-tidy" "$(compiled | grep -v "$tool" | judge tidy)"
   complain "Clang" "$(compiled | grep "$tool" | judge syntax)"
 }

@@ -40,9 +40,10 @@ cross_build() {
   rm -rf "$cache/build-$name"
 }
 
+sources=$cache/sources
+
 # fetch_sources PACKAGE...: unpacks Debian's own sources of them. Reads the archive that this machine installs from, with lists
 # of its own, so that the machine's are left alone.
-sources=$cache/sources
 fetch_sources() {
   local options package
   mkdir -p "$sources/lists/partial" "$sources/cache/archives/partial"

@@ -5,6 +5,7 @@
 #include "Html.h"
 
 #include <CLI/CLI.hpp>
+
 #include <cstdio>
 
 namespace nvtool {

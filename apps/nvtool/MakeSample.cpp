@@ -6,6 +6,7 @@
 #include "sample/Music.h"
 
 #include <CLI/CLI.hpp>
+
 #include <array>
 #include <cstdio>
 #include <fstream>

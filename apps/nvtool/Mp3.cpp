@@ -7,6 +7,7 @@
 #include "Sound.h"
 
 #include <CLI/CLI.hpp>
+
 #include <cstdio>
 
 namespace nvtool {

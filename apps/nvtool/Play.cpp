@@ -8,6 +8,7 @@
 #include "Times.h"
 
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
 

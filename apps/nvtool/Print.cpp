@@ -7,6 +7,7 @@
 #include "NamedStream.h"
 
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <fstream>
 #include <iterator>

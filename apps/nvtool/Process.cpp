@@ -8,6 +8,7 @@
 #include "ResultFolder.h"
 
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>

@@ -4,6 +4,7 @@
 #include "Utf8.h"
 
 #include <CLI/CLI.hpp>
+
 #include <array>
 #include <map>
 

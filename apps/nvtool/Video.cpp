@@ -9,6 +9,7 @@
 #include "VideoStream.h"
 
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>

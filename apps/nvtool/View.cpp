@@ -9,6 +9,7 @@
 #include "Window.h"
 
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

@@ -4,6 +4,7 @@
 #include "Console.h"
 
 #include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <cstring>
 #include <exception>

@@ -13,13 +13,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr u32 recordId = 0x9a0bed03;
+constexpr u32 storedDiscId = 0x9a0bed03;
 
 class OtherClients : public testing::Test {
 protected:
     void SetUp() override
     {
-        record.discId = recordId;
+        record.discId = storedDiscId;
         record.frameOffsets = {150, 20000, 60000};
         record.discLength = 3055;
         record.revision = 4;
@@ -52,7 +52,7 @@ TEST_F(OtherClients, LibcddbReadsWhatIsWritten)
     cddb_cache_set_dir(connection.get(), folder.Path().c_str());
     cddb_cache_only(connection.get());
     cddb_disc_set_category_str(disc.get(), "rock");
-    cddb_disc_set_discid(disc.get(), recordId);
+    cddb_disc_set_discid(disc.get(), storedDiscId);
     ASSERT_TRUE(cddb_read(connection.get(), disc.get())) << cddb_error_str(cddb_errno(connection.get()));
     EXPECT_STREQ(cddb_disc_get_artist(disc.get()), record.artist);
     EXPECT_STREQ(cddb_disc_get_title(disc.get()), record.title);

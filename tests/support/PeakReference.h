@@ -1,8 +1,8 @@
 // Peak files by their plain rules, and sound to make them of.
 #pragma once
 
+#include "PcmFormat.h"
 #include "PeakFile.h"
-#include "SoundFile.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,15 +15,7 @@ using Bytes = std::vector<u8>;
 struct SampleFormat {
     int bits, channels;
     int FrameBytes() const { return bits / 8 * channels; }
-    WAVEFORMATEX Wave() const
-    {
-        WAVEFORMATEX format;
-        CSoundFile::SetDefaultFormat(&format);
-        format.nChannels = static_cast<WORD>(channels);
-        format.wBitsPerSample = static_cast<WORD>(bits);
-        CSoundFile::UpdateFormat(&format);
-        return format;
-    }
+    WAVEFORMATEX Wave() const { return PcmFormat(channels, 44100, bits); }
 };
 
 /// Stretches of noise, of few different values, and of nothing but full scale, at which extremes do not pass their

@@ -1,7 +1,7 @@
 // A sound file in memory of any format, which may grow and shrink.
 #pragma once
 
-#include "SoundFile.h"
+#include "PcmFormat.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,13 +11,8 @@ class RawSound : public CSoundFile {
 public:
     RawSound(int tag, int bits, int channels, std::string frames, int rate = 44100) : bytes(std::move(frames))
     {
-        WAVEFORMATEX wanted;
-        SetDefaultFormat(&wanted);
+        WAVEFORMATEX wanted = PcmFormat(channels, rate, bits);
         wanted.wFormatTag = static_cast<WORD>(tag);
-        wanted.wBitsPerSample = static_cast<WORD>(bits);
-        wanted.nChannels = static_cast<WORD>(channels);
-        wanted.nSamplesPerSec = static_cast<DWORD>(rate);
-        UpdateFormat(&wanted);
         SetFormat(wanted);
     }
     bool CanRead() const override { return true; }
