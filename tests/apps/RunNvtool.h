@@ -32,10 +32,8 @@ protected:
     {
         std::map<std::string, std::string> files;
         for (const auto& entry : fs::recursive_directory_iterator(below)) {
-            std::ifstream file(entry.path(), std::ios::binary);
             if (entry.path().filename() != "out.txt" && entry.path().filename() != "err.txt")
-                files[entry.path().string()] =
-                    entry.is_directory() ? "folder" : std::string(std::istreambuf_iterator<char>(file), {});
+                files[entry.path().string()] = entry.is_directory() ? "folder" : WholeFile(entry.path());
         }
         return files;
     }

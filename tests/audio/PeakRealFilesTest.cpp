@@ -1,10 +1,9 @@
 // Peaks of a recording beside what another tool keeps of it.
 #include "WaveFile.h"
 #include "support/PeakReference.h"
+#include "support/WholeFile.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 
 namespace {
 
@@ -13,8 +12,8 @@ constexpr std::size_t headerBytes = 20;
 
 Bytes ReadFile(const std::string& name)
 {
-    std::ifstream file(std::string(NVLIB_TEST_DATA "/peaks/audiowaveform-") + name, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
+    const std::string bytes = WholeFile(NVLIB_TEST_DATA "/peaks/audiowaveform-" + name);
+    return Bytes(bytes.begin(), bytes.end());
 }
 
 } // namespace
@@ -28,9 +27,10 @@ TEST(RealPeaks, AgreeWithAnotherTools)
     ASSERT_GT(frames, 100'000);
     std::vector<i16> both(static_cast<std::size_t>(frames) * 2);
     ASSERT_EQ(wave.Read(both.data(), frames), frames);
-    Bytes mixed; // that tool's: truncated towards zero
+    Bytes mixed(both.size()); // that tool's: truncated towards zero
+    u8* to = mixed.data();
     for (std::size_t k = 0; k < both.size(); k += 2)
-        Append(mixed, (both[k] + both[k + 1]) / 2, 2);
+        Put(to, (both[k] + both[k + 1]) / 2, 2);
     ByteSound mono({16, 1}, mixed);
     CPeakFile peaks;
     ASSERT_EQ(peaks.Create("mix.wav", &mono, framesPerPoint, false, [] { return false; }), 1);

@@ -3,6 +3,7 @@
 #include "support/Crc32.h"
 #include "support/TempFolder.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 
 TEST(RealFiles, TheComposedImageSplitsIntoItsParts)
@@ -22,8 +23,7 @@ TEST(RealFiles, TheComposedImageSplitsIntoItsParts)
     EXPECT_EQ(crcOf(audio), std::stoul(audioCrc, nullptr, 16));
     EXPECT_EQ(crcOf(packs), std::stoul(packCrc, nullptr, 16));
 
-    std::ifstream cdda(NVLIB_TEST_DATA "/disc/cdda.bin", std::ios::binary); // the same audio without subcode
-    EXPECT_TRUE(audio == std::string(std::istreambuf_iterator<char>(cdda), {}));
+    EXPECT_TRUE(audio == WholeFile(NVLIB_TEST_DATA "/disc/cdda.bin")); // the same audio without subcode
     CBinFile file;
     ASSERT_TRUE(file.Open(bin.c_str(), CFile::modeRead));
     EXPECT_EQ(file.GetLength(), static_cast<i64>(sectors * 588));

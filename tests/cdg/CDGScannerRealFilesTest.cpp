@@ -2,11 +2,10 @@
 #include "CDGAnalyzer.h"
 #include "CDGScanner.h"
 #include "support/PlainScanner.h"
+#include "support/WholeFile.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 
 TEST(CDGScannerRealFiles, EqualThePlainRules)
 {
@@ -17,8 +16,8 @@ TEST(CDGScannerRealFiles, EqualThePlainRules)
         SCOPED_TRACE(entry.path().filename().string());
         ++files;
         const std::string path = entry.path().string();
-        std::ifstream input(path, std::ios::binary);
-        const std::vector<u8> packs(std::istreambuf_iterator<char>(input), {});
+        const std::string bytes = WholeFile(path);
+        const std::vector<u8> packs(bytes.begin(), bytes.end());
         CCDGScanner scanner;
         ASSERT_TRUE(scanner.ScanFile(path.c_str(), [] { return false; }));
         const PlainScan expected = ScanPlainly(packs, static_cast<int>(packs.size() / 96 * 4), scanner.m_nActivityGap);

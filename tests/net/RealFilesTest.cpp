@@ -2,6 +2,7 @@
 #include "CDDB.h"
 #include "TestServer.h"
 #include "net/TextParts.h"
+#include "support/WholeFile.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -12,12 +13,6 @@
 namespace {
 
 const std::string folder = NVLIB_TEST_DATA "/";
-
-std::string ReadAll(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 std::string Unescaped(const std::string& text)
 {
@@ -82,7 +77,7 @@ TEST(RealFiles, RecordsGiveTheirManifest)
         const bool hasAll = joined["header_seen"].get<bool>() && !joined["length"].is_null() &&
                             !joined["offsets"].empty() && joined["submitted_via"].is_string() &&
                             values.contains("DISCID") && values.contains("DTITLE");
-        EXPECT_EQ(client.ParseRecord(ReadAll(folder + name).c_str(), record), hasAll);
+        EXPECT_EQ(client.ParseRecord(WholeFile(folder + name).c_str(), record), hasAll);
         hasAll ? ++valid : ++invalid;
         if (!hasAll)
             continue;
@@ -132,7 +127,7 @@ TEST(RealFiles, ServerAnswersGiveTheirManifest)
     CCDDB client;
     for (const auto& row : ReadTable(folder + "expected_transcripts.tsv")) {
         SCOPED_TRACE(row[0]);
-        answer = ReadAll(folder + row[0]);
+        answer = WholeFile(folder + row[0]);
         if (row[0].find("query") != std::string::npos) {
             std::vector<CCDDBQueryResult> results;
             ASSERT_TRUE(client.Query(site, 1, {{0, 2, 0}, {1, 0, 0}}, results));

@@ -22,18 +22,18 @@ struct SampleFormat {
 /// start.
 inline Bytes RandomFrames(std::mt19937& random, SampleFormat format, i64 frames)
 {
-    const auto samples = static_cast<std::size_t>(frames * format.channels);
-    Bytes bytes;
-    while (bytes.size() < samples * static_cast<std::size_t>(format.bits / 8)) {
+    Bytes bytes(static_cast<std::size_t>(frames * format.FrameBytes()));
+    u8* to = bytes.data();
+    u8* const end = to + bytes.size();
+    while (to != end) {
         const auto kind = random() % 8;
-        for (auto left = 1 + random() % 900; left > 0; --left) {
+        for (auto left = 1 + random() % 900; left > 0 && to != end; --left) {
             const auto value = kind == 0 ? 0x7FFF : kind == 1 ? 0x8000 : random() % (kind < 4 ? 3 : 65536);
-            bytes.push_back(static_cast<u8>(format.bits == 8 ? value >> 8 : value));
+            *to++ = static_cast<u8>(format.bits == 8 ? value >> 8 : value);
             if (format.bits == 16)
-                bytes.push_back(static_cast<u8>(value >> 8));
+                *to++ = static_cast<u8>(value >> 8);
         }
     }
-    bytes.resize(samples * static_cast<std::size_t>(format.bits / 8));
     return bytes;
 }
 
@@ -45,10 +45,11 @@ inline int SampleOf(std::span<const u8> bytes, SampleFormat format, i64 frame, i
     return static_cast<i16>(bytes[2 * index] | bytes[2 * index + 1] << 8);
 }
 
-inline void Append(Bytes& to, int value, int bytes)
+/// Writes a value's lower bytes, the lowest first, and goes on behind them.
+inline void Put(u8*& to, int value, int bytes)
 {
     for (int k = 0; k < bytes; ++k)
-        to.push_back(static_cast<u8>(value >> 8 * k));
+        *to++ = static_cast<u8>(value >> 8 * k);
 }
 
 /// The peak file of frames, sample by sample.
@@ -59,8 +60,11 @@ inline Bytes PlainPeakFile(std::span<const u8> audio, SampleFormat format, int s
     const i64 input = std::min(total, cap);
     i64 sectorsPerRead = input / (static_cast<i64>(format.FrameBytes()) * sectorSize) + (input < cap);
     sectorsPerRead = std::max<i64>(1, sectorsPerRead);
-    Bytes file = {8, 0, 1, 0, static_cast<u8>(format.bits), static_cast<u8>(format.channels)};
-    Append(file, sectorSize, 2);
+    const i64 sectors = (frames + sectorSize - 1) / sectorSize;
+    Bytes file(static_cast<std::size_t>(8 + sectors * (format.channels * 4 + format.FrameBytes() * 2)));
+    u8* to = file.data();
+    for (const int value : {8, 1, format.bits | format.channels << 8, sectorSize})
+        Put(to, value, 2);
     for (i64 first = 0; first < frames; first += sectorSize) {
         for (int c = 0; c < format.channels; ++c) {
             int min = 32767, max = -32768;
@@ -76,10 +80,10 @@ inline Bytes PlainPeakFile(std::span<const u8> audio, SampleFormat format, int s
                     maxAt = i;
                 }
             }
-            Append(file, static_cast<int>(maxAt), 2);
-            Append(file, max, format.bits / 8);
-            Append(file, static_cast<int>(minAt), 2);
-            Append(file, min, format.bits / 8);
+            Put(to, static_cast<int>(maxAt), 2);
+            Put(to, max, format.bits / 8);
+            Put(to, static_cast<int>(minAt), 2);
+            Put(to, min, format.bits / 8);
         }
     }
     return file;

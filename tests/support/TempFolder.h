@@ -1,9 +1,10 @@
 // A folder of a test's own, gone with everything in it at the end. Names are unique, so that tests run in parallel.
 #pragma once
 
+#include "support/WholeFile.h"
+
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -41,11 +42,7 @@ public:
         return Path(name);
     }
     /// A file's bytes; empty when there is none.
-    std::string Read(const std::string& name) const
-    {
-        std::ifstream file(folder / name, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }
+    std::string Read(const std::string& name) const { return WholeFile(folder / name); }
 
 private:
     std::filesystem::path folder;
