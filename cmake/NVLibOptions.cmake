@@ -18,14 +18,14 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(NVLibOptions INTERFACE -Wthread-safety)
 endif()
 if(NVLIB_SANITIZE)
-  # Little optimisation: the checks cost more than it saves, and compiling takes half as long.
-  target_compile_options(NVLibOptions INTERFACE
-    -fsanitize=${NVLIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)
+  # Little optimisation: the checks cost more than it saves, and compiling takes half as long. For everything from here on,
+  # and in front of a target's own options, so that these can take some of it back.
+  add_compile_options(-fsanitize=${NVLIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC loses track of what is initialised among the checks it inserts, in the standard library first of all.
-    target_compile_options(NVLibOptions INTERFACE -Wno-maybe-uninitialized)
+    add_compile_options(-Wno-maybe-uninitialized)
   endif()
-  target_link_options(NVLibOptions INTERFACE -fsanitize=${NVLIB_SANITIZE})
+  add_link_options(-fsanitize=${NVLIB_SANITIZE})
 endif()
 if(NVLIB_COVERAGE)
   # Atomic counters: threads would lose counts, and worse, a counter torn in two shows what never was. Inlined bodies are
@@ -35,11 +35,20 @@ if(NVLIB_COVERAGE)
   target_link_options(NVLibOptions INTERFACE --coverage)
 endif()
 
-# nvlib_check_by_calls(TARGET): for the users of the library, of which there is more to compile and less to run. Their accesses
-# to memory are checked by calls, and null pointers by what the system says of them; that compiles a quarter faster.
-function(nvlib_check_by_calls target)
+# nvlib_check_lightly(TARGET): for the users of the library, of which there is more to compile and less to run. They are not
+# optimised, their accesses to memory are checked by calls, and null pointers by what the system says of them: that takes half
+# the time to compile.
+function(nvlib_check_lightly target)
   if(NVLIB_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    target_compile_options(${target} PRIVATE --param=asan-instrumentation-with-call-threshold=0 -fno-sanitize=null)
+    target_compile_options(${target} PRIVATE -O0 --param=asan-instrumentation-with-call-threshold=0 -fno-sanitize=null)
+  endif()
+endfunction()
+
+# nvlib_optimise_checks(SOURCE...): files of such a target, alone in the compiler, that go over bytes one by one.
+function(nvlib_optimise_checks)
+  if(NVLIB_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_PRECOMPILE_HEADERS ON
+      COMPILE_OPTIONS "-O2;--param=asan-instrumentation-with-call-threshold=7000")
   endif()
 endfunction()
 
