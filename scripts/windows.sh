@@ -25,15 +25,15 @@ system_dlls='KERNEL32|USER32|GDI32|ADVAPI32|SHELL32|WINMM|WS2_32|CRYPT32|SECUR32
 header_packages=(libcli11-dev nlohmann-json3-dev libstb-dev bmagic)
 prefix_packages=("${header_packages[@]}" libgtest-dev libgmock-dev g++-mingw-w64-i686-posix libz-mingw-w64-dev)
 
-# cross_build SOURCE NAME [CMAKE OPTION...]: into the prefix that is being made.
+# cross_build TARGET SOURCE NAME [CMAKE OPTION...]: makes that target, which is install for all into the prefix.
 cross_build() {
-  local source=$1 name=$2
-  shift 2
+  local target=$1 source=$2 name=$3
+  shift 3
   local log=$cache/$name-build.log
   say "Building $name for 32-bit Windows"
   if ! { cmake -S "$source" -B "$cache/build-$name" -G Ninja --toolchain "$root/cmake/mingw-i686.cmake" \
     -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$NVLIB_WINDOWS_PREFIX" "$@" &&
-    ninja -C "$cache/build-$name" install; } >"$log" 2>&1; then
+    ninja -C "$cache/build-$name" "$target"; } >"$log" 2>&1; then
     tail -n 30 "$log" >&2
     die "building $name failed; the whole log is $log"
   fi
@@ -64,18 +64,21 @@ source_of() { find "$sources" -mindepth 1 -maxdepth 1 -type d -name "$1-*"; }
 # What the CDDB client needs: archives with the filters of 7-Zip and ZIP, and HTTPS with Windows' own certificates and
 # cryptography. Everything else that these libraries could bring is left out.
 build_archives() {
-  cross_build "$(source_of xz-utils)" xz -DBUILD_SHARED_LIBS=OFF -DENABLE_NLS=OFF
-  cross_build "$(source_of libarchive)" libarchive -DBUILD_SHARED_LIBS=OFF -DENABLE_TEST=OFF -DENABLE_TAR=OFF \
-    -DENABLE_CPIO=OFF -DENABLE_CAT=OFF -DENABLE_OPENSSL=OFF -DENABLE_BZip2=OFF -DENABLE_ZSTD=OFF -DENABLE_LZ4=OFF \
-    -DENABLE_LIBXML2=OFF -DENABLE_EXPAT=OFF -DENABLE_LIBB2=OFF -DENABLE_ICONV=OFF -DENABLE_PCREPOSIX=OFF -DENABLE_WERROR=OFF \
-    -DENABLE_CNG=OFF -DZLIB_LIBRARY=/usr/i686-w64-mingw32/lib/libz.a -DZLIB_WINAPI=OFF -DZLIB_DLL=OFF
-  # It cannot be told to leave the DLL out, which would be found first.
-  rm -f "$NVLIB_WINDOWS_PREFIX"/bin/*archive*.dll "$NVLIB_WINDOWS_PREFIX"/lib/libarchive.dll.a
+  cross_build install "$(source_of xz-utils)" xz -DBUILD_SHARED_LIBS=OFF -DENABLE_NLS=OFF
+  # It would build its DLL as well, which nobody wants here: the library alone, and the headers by hand.
+  local source
+  source=$(source_of libarchive)
+  cross_build archive_static "$source" libarchive "-DCMAKE_ARCHIVE_OUTPUT_DIRECTORY=$NVLIB_WINDOWS_PREFIX/lib" \
+    -DBUILD_SHARED_LIBS=OFF -DENABLE_INSTALL=OFF -DENABLE_TEST=OFF -DENABLE_TAR=OFF -DENABLE_CPIO=OFF -DENABLE_CAT=OFF \
+    -DENABLE_OPENSSL=OFF -DENABLE_BZip2=OFF -DENABLE_ZSTD=OFF -DENABLE_LZ4=OFF -DENABLE_LIBXML2=OFF -DENABLE_EXPAT=OFF \
+    -DENABLE_LIBB2=OFF -DENABLE_ICONV=OFF -DENABLE_PCREPOSIX=OFF -DENABLE_WERROR=OFF -DENABLE_CNG=OFF \
+    -DZLIB_LIBRARY=/usr/i686-w64-mingw32/lib/libz.a -DZLIB_WINAPI=OFF -DZLIB_DLL=OFF
   mv "$NVLIB_WINDOWS_PREFIX"/lib/libarchive_static.a "$NVLIB_WINDOWS_PREFIX"/lib/libarchive.a
+  install -m 644 -t "$NVLIB_WINDOWS_PREFIX/include" "$source"/libarchive/{archive,archive_entry}.h
 }
 
 build_network() {
-  cross_build "$(source_of curl)" curl -DBUILD_SHARED_LIBS=OFF -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DHTTP_ONLY=ON \
+  cross_build install "$(source_of curl)" curl -DBUILD_SHARED_LIBS=OFF -DBUILD_CURL_EXE=OFF -DBUILD_TESTING=OFF -DHTTP_ONLY=ON \
     -DCURL_USE_SCHANNEL=ON -DCURL_USE_OPENSSL=OFF -DCURL_USE_LIBSSH2=OFF -DCURL_USE_LIBPSL=OFF -DUSE_LIBIDN2=OFF \
     -DCURL_ZLIB=OFF -DCURL_BROTLI=OFF -DCURL_ZSTD=OFF -DUSE_NGHTTP2=OFF -DENABLE_MANUAL=OFF -DCURL_TARGET_WINDOWS_VERSION=0x0601
 }
@@ -118,11 +121,13 @@ make_prefix() {
   done
   # In two lanes: most of it is asking the compiler what it can, one thing after the other.
   fetch_sources xz-utils libarchive curl lame
-  build_network &
+  {
+    build_network
+    cross_build install /usr/src/googletest googletest
+    make_encoder
+  } &
   beside=$!
-  cross_build /usr/src/googletest googletest
   build_archives
-  make_encoder
   wait "$beside" || die "building for 32-bit Windows failed"
   printf '%s\n' "$versions" >"$NVLIB_WINDOWS_PREFIX/versions"
 }
@@ -333,7 +338,7 @@ step_bench() {
   if [[ ! -e $NVLIB_WINDOWS_PREFIX/lib/libbenchmark.a ]]; then
     fetch_sources benchmark
     source=$(source_of benchmark)
-    cross_build "$source" benchmark "-DGIT_VERSION=${source##*-}" -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_LTO=OFF \
+    cross_build install "$source" benchmark "-DGIT_VERSION=${source##*-}" -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_LTO=OFF \
       -DBENCHMARK_ENABLE_WERROR=OFF
   fi
   build release "${benches[@]}"
