@@ -25,7 +25,7 @@ for preset in "$@"; do
   targets=()
   choice=(-E '^nvtool\.(KilledPeaks|PagesPlay)') # a program that is killed, and a browser, tell nothing here
   if [[ $preset == tsan ]]; then
-    targets=(platform_tests afx_tests audio_tests tool_runner_tests cdg_tests)
+    targets=(platform_tests afx_tests audio_tests tool_runner_tests cdg_tests nvtool batch_tests)
     choice=(-E 'NOT_BUILT|fuzz_corpus|exports|RandomStream|^(nvtool|net|guide)\.')
   fi
   build "$preset" "${targets[@]}"

@@ -3,8 +3,6 @@
 
 #include "Commands.h"
 
-#define STB_IMAGE_WRITE_IMPLEMENTATION
-#define STB_IMAGE_WRITE_STATIC
 #include <stb_image_write.h>
 
 #include <algorithm>

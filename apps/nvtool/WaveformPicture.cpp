@@ -5,16 +5,18 @@
 #include "Window.h"
 
 #include <algorithm>
+#include <mutex>
 #include <new>
 
 namespace nvtool {
 
 namespace {
 
-// While it lives, windows are off-screen ones that paint everything at once.
+// While it lives, windows are off-screen ones that paint everything at once, and belong to this thread. Others wait:
+// there is one set of windows in a program.
 class OffScreenWindows {
 public:
-    OffScreenWindows() : before(CWaveFileChartWnd::c_nFillMilliseconds)
+    OffScreenWindows() : hold(Owner()), before(CWaveFileChartWnd::c_nFillMilliseconds)
     {
         if (!NV::ChooseWindows(NV::WindowKind::offScreen))
             throw std::bad_alloc();
@@ -32,6 +34,13 @@ public:
     OffScreenWindows& operator=(const OffScreenWindows&) = delete;
 
 private:
+    static std::mutex& Owner()
+    {
+        static std::mutex owner;
+        return owner;
+    }
+
+    std::lock_guard<std::mutex> hold;
     int before;
 };
 

@@ -18,11 +18,11 @@ struct WaveformOptions {
 constexpr int kMostWaveformSide = 16384;
 
 // Time goes from top to bottom. May make a peak file in memory, if `sound` can be opened once more. Windows on the
-// display and pictures do not go together in one program. Throws std::bad_alloc.
+// display and pictures do not go together in one program. Any thread; one picture at a time. Throws std::bad_alloc.
 Picture DrawWaveform(CSoundFile& sound, const WaveformOptions& options);
 
 // The whole recording from left to right without an axis, `width` columns in all, each of the same time. The first
-// channel is at the top.
+// channel is at the top. Any thread, as above.
 Picture DrawWaveformStrip(CSoundFile& sound, int width, int height);
 
 } // namespace nvtool
