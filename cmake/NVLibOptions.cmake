@@ -44,16 +44,12 @@ function(nvlib_check_lightly target)
   endif()
 endfunction()
 
-# nvlib_optimise_checks(SOURCE...): files of such a target that go over bytes one by one, and share nothing between threads.
+# nvlib_optimise_checks(SOURCE...): files of such a target that go over bytes one by one.
 function(nvlib_optimise_checks)
   if(NVLIB_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    set(options "-O2;--param=asan-instrumentation-with-call-threshold=7000")
-  elseif(NVLIB_SANITIZE MATCHES "thread")
-    set(options "-O2;-fno-sanitize=thread")
-  else()
-    return()
+    set_source_files_properties(${ARGN} PROPERTIES SKIP_PRECOMPILE_HEADERS ON
+      COMPILE_OPTIONS "-O2;--param=asan-instrumentation-with-call-threshold=7000")
   endif()
-  set_source_files_properties(${ARGN} PROPERTIES SKIP_PRECOMPILE_HEADERS ON COMPILE_OPTIONS "${options}")
 endfunction()
 
 # nvlib_compile_for_avx2(SOURCE...): files that hold nothing but the AVX2 body of a kernel.
