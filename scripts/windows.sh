@@ -25,7 +25,8 @@ system_dlls='KERNEL32|USER32|GDI32|ADVAPI32|SHELL32|WINMM|WS2_32|CRYPT32|SECUR32
 header_packages=(libcli11-dev nlohmann-json3-dev libstb-dev bmagic)
 prefix_packages=("${header_packages[@]}" libgtest-dev libgmock-dev g++-mingw-w64-i686-posix libz-mingw-w64-dev)
 
-# cross_build TARGET SOURCE NAME [CMAKE OPTION...]: makes that target, which is install for all into the prefix.
+# cross_build TARGET SOURCE NAME [CMAKE OPTION...]: configures the source and makes that target of it. The target install puts
+# all that was asked for into the prefix.
 cross_build() {
   local target=$1 source=$2 name=$3
   shift 3
@@ -186,10 +187,11 @@ run_program() {
   say "$name: $ran passed in $((SECONDS - start)) s"
 }
 
-# Runs where Wine is: the programs that open windows one after the other, since they share a screen, the others beside them.
+# Runs where Wine is, in three lanes, one more than most machines that check have cores: much of it is waiting. The programs
+# whose windows are clicked and typed in share a screen and run one after the other.
 run_windows_tests() {
   local filter=$1 program total
-  local -a programs windows=() others=() skipped
+  local -a programs clicked=() commands=() others=() skipped
   cd "$logs"
   wine wineboot >/dev/null 2>&1 # the first program would wait for it
   # A sound device that records, for the one that compares; it takes no time, which others measure.
@@ -198,12 +200,14 @@ run_windows_tests() {
   programs=("$out"/bin/*_tests.exe "$out"/bin/*_fuzz.exe)
   for program in "${programs[@]}"; do
     case $(basename "$program") in
-      afx_* | audio_* | image_* | net_* | nvtool_*) windows+=("$program") ;;
+      afx_* | audio_* | image_* | net_*) clicked+=("$program") ;;
+      nvtool_* | cddb_tool_* | batch_*) commands+=("$program") ;;
       *) others+=("$program") ;;
     esac
   done
   for program in "${others[@]}"; do run_program "$program" "$filter"; done &
-  for program in "${windows[@]}"; do run_program "$program" "$filter"; done
+  for program in "${commands[@]}"; do run_program "$program" "$filter"; done &
+  for program in "${clicked[@]}"; do run_program "$program" "$filter"; done
   wait
   mapfile -t skipped < <(cat ./*.skipped)
   total=$(($(cat ./*.count | paste -sd +)))

@@ -37,7 +37,7 @@ WRITERS = [
     Writer("split ALL/track.bin --wav OUT/a.wav --cdg OUT/a.cdg", ["a.wav", "a.cdg"]),
     Writer("join --wav ALL/track.wav --cdg ALL/track.cdg OUT/a.bin", ["a.bin"]),
     Writer("make-sample OUT/a.bin --seconds 5 --wav OUT/a.wav --cdg OUT/a.cdg", ["a.bin", "a.wav", "a.cdg"]),
-    Writer("frame ALL/track.bin --at 3 --scale 3 -o OUT/a.png", ["a.png"]),
+    Writer("frame ALL/track.bin --at 3 --scale 8 -o OUT/a.png", ["a.png"]),
     Writer("frame ALL/track.bin --at 1 --at 3 -o OUT/a.png", many=True),
     Writer("sheet ALL/track.bin -o OUT/a.png", ["a.png"]),
     Writer("thumbprint ALL/long.cdg -o OUT/a", ["a"]),

@@ -168,9 +168,11 @@ def run(person):
 
     # No faster than the program: a system that has more to do leaves out steps.
     person.drag(chart, TOP + 100, TOP + 300, lambda y: person.wait_for("pointer", (y - TOP) * DENSITY))
-    rows = [int(t[1]) / DENSITY for t in person.told() if t[0] == "pointer"]
-    person.check("the pointer follows the mouse", rows == sorted(rows) and {140, 180, 220, 260, 300} <= set(rows) <= {*range(100, 301)},
-                 rows)
+    told = person.told()
+    rows = [int(t[1]) / DENSITY for t in told]
+    person.check("the pointer follows the mouse, and nothing else does",
+                 all(t[0] == "pointer" for t in told) and rows == sorted(rows) and {140, 180, 220, 260, 300} <= set(rows)
+                 and set(rows) <= {*range(100, 301)}, told)
     person.click(30, 400 + OVERVIEW)  # the overview's axis
     person.do("mousemove", "--window", person.window, str(OVERVIEW + 20), "300", "click", "1")
     before = person.told()
