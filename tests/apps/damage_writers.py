@@ -134,8 +134,11 @@ class Writers:
         del environment["NVTOOL_FFMPEG"]
         return environment
 
-    def start(self, writer, **how):
-        return subprocess.Popen([self.damage.nvtool, *self.words(writer)], cwd=self.damage.folder, env=self.environment(),
+    def start(self, writer, counted=True, **how):
+        environment = self.environment()
+        if not counted:  # a build for coverage keeps its counts in files that all runs share: what is cut off spoils them
+            environment["GCOV_PREFIX"] = os.path.join(self.damage.folder, "spoilt-counts")
+        return subprocess.Popen([self.damage.nvtool, *self.words(writer)], cwd=self.damage.folder, env=environment,
                                 stdin=subprocess.DEVNULL, **how)
 
     def prepare(self, writer, before):
@@ -163,7 +166,7 @@ class Writers:
 
     def kill_one(self, writer, before, whole, delay):
         there = self.prepare(writer, before)
-        process = self.start(writer, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        process = self.start(writer, counted=False, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         time.sleep(delay)
         process.kill()
         killed = process.wait() < 0
@@ -258,7 +261,8 @@ class Writers:
             most = largest - 1 if i == 0 else random.randrange(largest)
             limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (most, most))
             # What this would end it with, Python has ignored, and so it gets an error.
-            run = self.start(writer, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, preexec_fn=limit, restore_signals=False)
+            run = self.start(writer, counted=False, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, preexec_fn=limit,
+                             restore_signals=False)
             failed += self.judge(f"{writer.command} with files of {most} bytes at most", writer, there, whole, run)
         return failed
 
