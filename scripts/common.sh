@@ -66,15 +66,22 @@ debian_archive() {
     awk '$3 == "main" && $2 !~ /-/ { print $1, $2; exit }'
 }
 
+# apt_proxy: the address that apt fetches through, nothing where it fetches directly.
+apt_proxy() {
+  local address=''
+  eval "$(apt-config shell address Acquire::http::Proxy)"
+  printf '%s' "$address"
+}
+
 # fresh_debian FOLDER LOG [OPTION...]: unpacks a minimal Debian of that release, with debootstrap's OPTIONs.
 fresh_debian() {
-  local folder=$1 log=$2 archive release where apt_proxy='' as_root=()
+  local folder=$1 log=$2 archive release where proxy as_root=()
   ((EUID == 0)) || as_root=(sudo)
   where=$(debian_archive)
   read -r archive release <<<"$where"
   [[ -n $archive && -n $release ]] || die "apt names no archive to take a Debian from"
-  eval "$(apt-config shell apt_proxy Acquire::http::Proxy)"
-  if ! "${as_root[@]}" env ${apt_proxy:+http_proxy="$apt_proxy"} debootstrap --variant=minbase "${@:3}" "$release" "$folder" \
+  proxy=$(apt_proxy)
+  if ! "${as_root[@]}" env ${proxy:+http_proxy="$proxy"} debootstrap --variant=minbase "${@:3}" "$release" "$folder" \
     "$archive" >"$log" 2>&1; then
     tail -n 20 "$log" >&2
     die "debootstrap failed; the whole log is $log"

@@ -76,7 +76,7 @@ step_try_deb() {
     mount --rbind /dev "$1/dev"
     [[ -z $2 ]] || printf "Acquire::http::Proxy \"%s\";\n" "$2" >"$1/etc/apt/apt.conf.d/proxy"
     exec chroot "$1" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root /bin/bash /tmp/package/package.sh --inside' \
-    bash "$fresh" "$apt_proxy" || die "the package does not do its work in a fresh Debian"
+    bash "$fresh" "$(apt_proxy)" || die "the package does not do its work in a fresh Debian"
   say "Installed in a fresh Debian: the sample builds with find_package and runs, nvtool works."
 }
 
