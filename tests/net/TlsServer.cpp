@@ -10,9 +10,12 @@ namespace {
 
 using Context = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 
+// Clients leave in the middle of what is sent to them. Said before there are any: libcurl puts back, after each
+// transfer, what it found at its beginning.
+[[maybe_unused]] const auto brokenPipes = std::signal(SIGPIPE, SIG_IGN);
+
 SSL_CTX* MakeContext()
 {
-    std::signal(SIGPIPE, SIG_IGN); // clients leave in the middle of what is sent to them
     Context context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free);
     const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
     const std::unique_ptr<X509, decltype(&X509_free)> certificate(X509_new(), &X509_free);
